@@ -1,0 +1,40 @@
+#include "ConversionError.h"
+
+namespace tramix {
+
+ConversionError::ConversionError(Kind kind, const QString& payload)
+    : kind_(kind)
+    , payload_(payload)
+    , utf8_(errorDescription().toStdString()) {}
+
+ConversionError ConversionError::unreadable(const QString& name) {
+    return {Kind::unreadable, name};
+}
+
+ConversionError ConversionError::unsupported(const QString& what) {
+    return {Kind::unsupported, what};
+}
+
+ConversionError ConversionError::failed(const QString& sentence) {
+    return {Kind::failed, sentence};
+}
+
+QString ConversionError::errorDescription() const {
+    switch (kind_) {
+    case Kind::unreadable:
+        return QStringLiteral("„%1“ konnte nicht gelesen werden.").arg(payload_);
+    case Kind::unsupported:
+        return QStringLiteral("Nicht unterstützt: %1").arg(payload_);
+    case Kind::failed:
+        return payload_;
+    }
+    return payload_;
+}
+
+QString describeError(const std::exception& error) {
+    if (auto* own = dynamic_cast<const ConversionError*>(&error))
+        return own->errorDescription();
+    return QString::fromUtf8(error.what());
+}
+
+} // namespace tramix

@@ -1,0 +1,91 @@
+#include "JobRunner.h"
+
+#include "ConversionError.h"
+#include "NameReservations.h"
+
+#include <QThread>
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace tramix::JobRunner {
+
+namespace {
+
+struct CallOutcome {
+    QStringList outputs;
+    std::optional<QString> error;
+};
+
+CallOutcome call(const FileOperation& operation, const QStringList& inputs,
+                 const OutputContext& context) {
+    try {
+        QStringList outputs = operation.perform(inputs, context);
+        NameReservations::release(outputs);
+        return {std::move(outputs), std::nullopt};
+    } catch (const std::exception& error) {
+        return {{}, describeError(error)};
+    } catch (...) {
+        return {{}, QStringLiteral("Unbekannter Fehler.")};
+    }
+}
+
+void runCombined(const FileOperation& operation, const QStringList& inputs,
+                 const OutputContext& context, JobResult& result) {
+    CallOutcome outcome = call(operation, inputs, context);
+    if (!outcome.error) {
+        result.outputs = std::move(outcome.outputs);
+        return;
+    }
+    for (const QString& input : inputs)
+        result.failures.append({input, *outcome.error});
+}
+
+void runPerFile(const FileOperation& operation, const QStringList& inputs,
+                const OutputContext& context, JobResult& result) {
+    std::atomic<qsizetype> next = 0;
+    std::mutex resultLock;
+    auto worker = [&] {
+        for (qsizetype i = next++; i < inputs.size(); i = next++) {
+            CallOutcome outcome = call(operation, {inputs[i]}, context);
+            std::lock_guard guard(resultLock);
+            if (outcome.error)
+                result.failures.append({inputs[i], *outcome.error});
+            else
+                result.outputs.append(outcome.outputs);
+        }
+    };
+    const qsizetype count = std::min<qsizetype>(width(), inputs.size());
+    std::vector<std::jthread> workers;
+    workers.reserve(count);
+    for (qsizetype i = 0; i < count; ++i)
+        workers.emplace_back(worker);
+}
+
+} // namespace
+
+int width(int cores) {
+    return std::clamp(cores, 2, 8);
+}
+
+int width() {
+    return width(QThread::idealThreadCount());
+}
+
+JobResult run(const FileOperation& operation, const QStringList& inputs,
+              const OutputContext& context) {
+    const auto start = std::chrono::steady_clock::now();
+    JobResult result;
+    if (operation.style == OperationStyle::perFile)
+        runPerFile(operation, inputs, context, result);
+    else
+        runCombined(operation, inputs, context, result);
+    result.duration =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return result;
+}
+
+} // namespace tramix::JobRunner

@@ -1,0 +1,67 @@
+#include "NameReservations.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSet>
+#include <mutex>
+#include <sys/stat.h>
+
+namespace tramix::NameReservations {
+
+namespace {
+
+struct State {
+    std::mutex lock;
+    QSet<QString> reserved;
+};
+
+State& state() {
+    static State instance;
+    return instance;
+}
+
+// lstat, so that a dangling symbolic link also counts as taken.
+bool existsOnDisk(const QString& path) {
+    struct stat info;
+    return ::lstat(QFile::encodeName(path).constData(), &info) == 0;
+}
+
+struct SplitName {
+    QString base;
+    QString extension; // with its dot, or empty
+};
+
+SplitName split(const QString& name) {
+    if (name.endsWith(u".tar.gz", Qt::CaseInsensitive))
+        return {name.chopped(7), name.right(7)};
+    const qsizetype dot = name.lastIndexOf(u'.');
+    if (dot <= 0)
+        return {name, QString()};
+    return {name.left(dot), name.mid(dot)};
+}
+
+} // namespace
+
+QString unique(const QString& path) {
+    const QString clean = QDir::cleanPath(path);
+    const qsizetype slash = clean.lastIndexOf(u'/');
+    const QString folder = clean.left(slash + 1);
+    const SplitName name = split(clean.mid(slash + 1));
+
+    State& s = state();
+    std::lock_guard guard(s.lock);
+    QString candidate = clean;
+    for (int n = 2; s.reserved.contains(candidate) || existsOnDisk(candidate); ++n)
+        candidate = folder + name.base + u' ' + QString::number(n) + name.extension;
+    s.reserved.insert(candidate);
+    return candidate;
+}
+
+void release(const QStringList& paths) {
+    State& s = state();
+    std::lock_guard guard(s.lock);
+    for (const QString& path : paths)
+        s.reserved.remove(QDir::cleanPath(path));
+}
+
+} // namespace tramix::NameReservations

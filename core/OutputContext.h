@@ -1,0 +1,32 @@
+// Where a job's results go and how good lossy results must be; every output name comes from here.
+#pragma once
+
+#include <QString>
+#include <optional>
+
+namespace tramix {
+
+struct OutputContext {
+    std::optional<QString> folder; // none: next to each input
+    double quality = 0.85;         // lossy quality, 0 to 1
+
+    // The folder for outputs of `input`.
+    QString directory(const QString& input) const;
+
+    // A reserved, unique path "{stem}[ {suffix}].{ext}" for the output of one input; `ext` has
+    // no leading dot and may be compound ("tar.gz").
+    QString destination(const QString& input, const QString& ext,
+                        const QString& suffix = QString()) const;
+
+    // A reserved, unique path for an output whose whole file name is already known.
+    QString destinationNamed(const QString& name, const QString& near) const;
+
+    // Creates a new, uniquely named folder for the many outputs of one input. Throws
+    // ConversionError when the folder cannot be created.
+    QString makeFolder(const QString& input, const QString& suffix = QString()) const;
+};
+
+// The name of an input without its extension; ".tar.gz" counts as one extension.
+QString outputStem(const QString& input);
+
+} // namespace tramix

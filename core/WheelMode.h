@@ -1,0 +1,27 @@
+// The three wheels, each opened by its own modifier key.
+#pragma once
+
+#include <QString>
+#include <array>
+#include <optional>
+
+namespace tramix {
+
+class WheelMode {
+public:
+    enum Value { convert, tools, actions };
+
+    constexpr WheelMode(Value value)
+        : value_(value) {}
+    constexpr operator Value() const { return value_; }
+
+    QString rawValue() const;
+    QString title() const;
+    static std::optional<WheelMode> fromRawValue(QStringView raw);
+    static const std::array<WheelMode, 3>& allCases();
+
+private:
+    Value value_;
+};
+
+} // namespace tramix
