@@ -1,0 +1,59 @@
+#include "AppIcon.h"
+
+#include <QPainter>
+#include <QPainterPath>
+#include <QPixmap>
+#include <cmath>
+
+namespace tramix {
+
+namespace {
+
+QPixmap drawMark(int size) {
+    QPixmap pixmap(size, size);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+
+    const QRectF bounds(0, 0, size, size);
+    QLinearGradient gradient(bounds.topLeft(), bounds.bottomRight());
+    gradient.setColorAt(0, QColor(0x4f, 0x7c, 0xff));
+    gradient.setColorAt(1, QColor(0x8a, 0x4d, 0xff));
+    const qreal corner = size * 0.22;
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(gradient);
+    painter.drawRoundedRect(bounds.adjusted(0.5, 0.5, -0.5, -0.5), corner, corner);
+
+    // Six segments around an open centre, like the wheel the drag opens.
+    const QPointF centre = bounds.center();
+    const qreal outer = size * 0.36;
+    const qreal inner = size * 0.15;
+    const qreal gap = 9.0;
+    painter.setBrush(Qt::white);
+    for (int i = 0; i < 6; ++i) {
+        const qreal start = i * 60.0 + gap / 2;
+        const qreal sweep = 60.0 - gap;
+        QPainterPath segment;
+        segment.arcMoveTo(QRectF(centre.x() - outer, centre.y() - outer, 2 * outer, 2 * outer),
+                          start);
+        segment.arcTo(QRectF(centre.x() - outer, centre.y() - outer, 2 * outer, 2 * outer), start,
+                      sweep);
+        segment.arcTo(QRectF(centre.x() - inner, centre.y() - inner, 2 * inner, 2 * inner),
+                      start + sweep, -sweep);
+        segment.closeSubpath();
+        painter.setOpacity(i == 0 ? 1.0 : 0.78);
+        painter.drawPath(segment);
+    }
+    return pixmap;
+}
+
+} // namespace
+
+QIcon appIcon() {
+    QIcon icon;
+    for (int size : {16, 22, 24, 32, 48, 64, 128, 256})
+        icon.addPixmap(drawMark(size));
+    return icon;
+}
+
+} // namespace tramix
