@@ -1,0 +1,22 @@
+// Temporary folders and files that tests make for themselves.
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QTemporaryDir>
+
+namespace tramix::test {
+
+class TestFolder {
+public:
+    TestFolder();
+    QString path(const QString& name) const;
+    // Writes `bytes` to `name` (creating parent folders) and returns its absolute path.
+    QString file(const QString& name, const QByteArray& bytes = "x") const;
+    QString folder(const QString& name) const;
+
+private:
+    QTemporaryDir dir_;
+};
+
+} // namespace tramix::test

@@ -1,0 +1,121 @@
+#include "TestFiles.h"
+#include "app/CliRunner.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <gtest/gtest.h>
+
+using tramix::test::runTramix;
+
+namespace {
+
+QString joined(const QStringList& lines) {
+    return lines.join(u'\n') + u'\n';
+}
+
+} // namespace
+
+TEST(CLI, ListPrintsTabSeparatedOperationsInCatalogueOrder) {
+    const auto images = runTramix({"--list", "convert", "a.jpg", "b.png"});
+    EXPECT_EQ(images.status, 0);
+    EXPECT_EQ(images.out, joined({
+                              "convert.image.jpg\tJPG\tIn JPG umwandeln",
+                              "convert.image.png\tPNG\tIn PNG umwandeln",
+                              "convert.image.heic\tHEIC\tIn HEIC umwandeln",
+                              "convert.image.webp\tWEBP\tIn WEBP umwandeln",
+                              "convert.image.avif\tAVIF\tIn AVIF umwandeln",
+                              "convert.image.tiff\tTIFF\tIn TIFF umwandeln",
+                              "convert.image.gif\tGIF\tIn GIF umwandeln",
+                              "convert.image.bmp\tBMP\tIn BMP umwandeln",
+                              "convert.image.pdf\tPDF\tIn PDF umwandeln",
+                          }));
+
+    // An unknown mode word is not an error: it lists the convert operations.
+    EXPECT_EQ(runTramix({"--list", "formats", "a.jpg", "b.png"}).out, images.out);
+
+    const auto tools = runTramix({"--list", "tools", "x.PNG"});
+    EXPECT_EQ(tools.status, 0);
+    ASSERT_EQ(tools.lines().size(), 6);
+    EXPECT_EQ(tools.lines().first(), "tool.image.compress\tKOMPR.\tKomprimieren");
+    EXPECT_EQ(tools.lines().last(), "tool.image.pdf\tPDF\tAls PDF");
+
+    const auto actions = runTramix({"--list", "actions", "notes.txt"});
+    EXPECT_EQ(actions.status, 0);
+    EXPECT_EQ(actions.lines().first(), "action.airdrop\tAIRDROP\tPer AirDrop teilen");
+    EXPECT_TRUE(actions.lines().contains("archive.zip\tZIP\tAls ZIP packen"));
+
+    // Nothing fits: nothing printed, and that is no failure.
+    const auto nothing = runTramix({"--list", "convert", "a.jpg", "b.pdf"});
+    EXPECT_EQ(nothing.status, 0);
+    EXPECT_EQ(nothing.out, "");
+}
+
+TEST(CLI, ListTakesRelativePathsFromTheWorkingFolder) {
+    tramix::test::TestFolder folder;
+    folder.folder("Fotos");
+    const auto listed = runTramix({"--list", "convert", "Fotos"}, folder.path("."));
+    EXPECT_EQ(listed.out, joined({"archive.zip\tZIP\tAls ZIP packen",
+                                  "archive.tgz\tTAR.GZ\tAls TAR.GZ packen"}));
+}
+
+TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
+    const std::pair<QStringList, QString> cases[] = {
+        {{"--list", "convert"}, "Fehler: --list <convert|tools|actions> <dateien…>"},
+        {{"--list"}, "Fehler: --list <convert|tools|actions> <dateien…>"},
+        {{"--run", "convert.image.png"}, "Fehler: --run <operation-id> <dateien…>"},
+        {{"--run", "convert.image.png", "a.pdf", "b.docx"},
+         "Fehler: Operation convert.image.png passt nicht zu diesen Dateien."},
+        // The actions wheel is not reachable from --run.
+        {{"--run", "action.copy", "a.jpg"},
+         "Fehler: Operation action.copy passt nicht zu diesen Dateien."},
+        {{"--frobnicate", "x"}, "Fehler: Unbekannter Befehl --frobnicate"},
+        {{"--LIST", "convert", "a.jpg"}, "Fehler: Unbekannter Befehl --LIST"},
+        {{"--render-icon"}, "Fehler: Ausgabepfad fehlt."},
+        {{"--render-wheel", "tools"}, "Fehler: Ausgabepfad fehlt."},
+        {{"--render-editor", "crop"}, "Fehler: --render-editor <art> out.png dateien… [dark]"},
+        {{"--render-editor", "collage", "out.png"}, "Fehler: Unbekannter Editor collage"},
+    };
+    for (const auto& [args, expected] : cases) {
+        const auto result = runTramix(args);
+        EXPECT_EQ(result.status, 1) << args.join(' ').toStdString();
+        EXPECT_EQ(result.out, expected + u'\n') << args.join(' ').toStdString();
+    }
+}
+
+TEST(CLI, RunReportsEveryFailedInputThenTheDurationThenTheCount) {
+    tramix::test::TestFolder folder;
+    folder.file("Urlaub.jpg");
+    folder.file("sub/Strand.jpeg");
+    const auto result = runTramix({"--run", "convert.image.png", "Urlaub.jpg", "sub/Strand.jpeg"},
+                                  folder.path("."));
+    EXPECT_EQ(result.status, 1);
+    const QStringList lines = result.lines();
+    ASSERT_EQ(lines.size(), 4) << result.out.toStdString();
+
+    // Failures come in completion order, one line per input, named by file name only.
+    QStringList failures = lines.mid(0, 2);
+    failures.sort();
+    EXPECT_EQ(failures,
+              QStringList({"FEHLER Strand.jpeg: Nicht unterstützt: Bildumwandlung in PNG",
+                           "FEHLER Urlaub.jpg: Nicht unterstützt: Bildumwandlung in PNG"}));
+    EXPECT_TRUE(QRegularExpression("^Dauer: (\\d+ ms|\\d+\\.\\d s)$").match(lines[2]).hasMatch())
+        << lines[2].toStdString();
+    EXPECT_EQ(lines[3], "Fehler: 2 Fehler");
+    // A failed conversion leaves nothing behind.
+    EXPECT_FALSE(QFileInfo::exists(folder.path("Urlaub.png")));
+}
+
+TEST(CLI, RenderCommandsCheckTheirArgumentsBeforeSayingWhatIsNotBuilt) {
+    const auto wheel = runTramix({"--render-wheel", "/tmp/never-written.png", "dark"});
+    EXPECT_EQ(wheel.status, 1);
+    EXPECT_TRUE(wheel.out.startsWith("Fehler: Nicht unterstützt: ")) << wheel.out.toStdString();
+    EXPECT_FALSE(QFileInfo::exists("/tmp/never-written.png"));
+    for (const char* command : {"--render-icon", "--render-scene", "--render-og", "--render-shelf",
+                                "--render-menubar-icon", "--render-menu", "--render-dmg-background",
+                                "--render-welcome", "--render-settings"}) {
+        const auto result = runTramix({command, "/tmp/never-written.png"});
+        EXPECT_EQ(result.status, 1) << command;
+        EXPECT_TRUE(result.out.startsWith("Fehler: Nicht unterstützt: ")) << command;
+    }
+}
