@@ -8,7 +8,6 @@
 #include "Converters/PDFConverter.h"
 #include "Converters/SpreadsheetConverter.h"
 #include "Converters/VisionTools.h"
-#include "NameReservations.h"
 #include "SizeCheck.h"
 
 #include <QSet>
@@ -42,17 +41,6 @@ std::optional<QString> sharedFormat(const QStringList& paths) {
     return shared;
 }
 
-// Writes one file to a name reserved here; the name is given back if the writer fails.
-QString writeReserved(const QString& destination, const std::function<void()>& write) {
-    try {
-        write();
-    } catch (...) {
-        NameReservations::release({destination});
-        throw;
-    }
-    return destination;
-}
-
 // The PDF is named after the first image; one image per page, in the given order.
 FileOperation imagesToPDF(const QString& id, const QString& detail,
                           const std::optional<QString>& symbol, OperationStyle style) {
@@ -66,8 +54,8 @@ FileOperation imagesToPDF(const QString& id, const QString& detail,
                     throw ConversionError::failed(QStringLiteral("Keine Dateien."));
                 const QString destination =
                     context.destination(inputs.first(), QStringLiteral("pdf"));
-                return {writeReserved(destination,
-                                      [&] { ImageConverter::makePDF(inputs, destination); })};
+                ImageConverter::makePDF(inputs, destination);
+                return {destination};
             }};
 }
 
