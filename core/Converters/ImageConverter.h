@@ -13,7 +13,8 @@ QString compress(const QString& input, const OutputContext& context);
 QString resizeForWeb(const QString& input, int maxEdge, const OutputContext& context);
 QString stripMetadata(const QString& input, const OutputContext& context);
 
-// One page per image, in order, written to `destination` (already reserved by the caller).
+// One page per image, in order, written to `destination` (already reserved by the caller,
+// and given back when this fails).
 void makePDF(const QStringList& inputs, const QString& destination);
 
 } // namespace tramix::ImageConverter

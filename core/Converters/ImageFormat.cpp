@@ -1,5 +1,7 @@
 #include "ImageFormat.h"
 
+#include "../FileKind.h"
+#include "HeifEncoder.h"
 #include "VipsRuntime.h"
 
 #include <vips/vips.h>
@@ -27,13 +29,26 @@ const QList<ImageFormat>& ImageFormat::writable() {
             return result;
         for (const ImageFormat& format : all()) {
             const QByteArray probe = "x." + format.ext.toLatin1();
-            if (vips_foreign_find_save(probe.constData()))
+            const bool canWrite = format == heic ? HeifEncoder::canEncode(HeifEncoder::Codec::hevc)
+                                  : format == avif
+                                      ? HeifEncoder::canEncode(HeifEncoder::Codec::av1)
+                                      : vips_foreign_find_save(probe.constData()) != nullptr;
+            if (canWrite)
                 result.append(format);
         }
         vips_error_clear();
         return result;
     }();
     return formats;
+}
+
+ImageFormat ImageFormat::forFile(const QString& path) {
+    const QString ext = FileKind::canonicalExtension(pathExtension(path));
+    for (const ImageFormat& format : writable()) {
+        if (format.ext == ext)
+            return format;
+    }
+    return png;
 }
 
 } // namespace tramix

@@ -20,8 +20,13 @@ struct ImageFormat {
     // All eight, in the order the catalogue shows them.
     static const QList<ImageFormat>& all();
 
-    // Those that libvips can save on this machine; asked once per process.
+    // Those that this machine can write (libvips savers, libheif encoders); asked once per
+    // process.
     static const QList<ImageFormat>& writable();
+
+    // The format to re-encode a file in its own format: the writable format of its
+    // extension, else PNG.
+    static ImageFormat forFile(const QString& path);
 };
 
 } // namespace tramix

@@ -1,4 +1,5 @@
 #include "TestFiles.h"
+#include "TestImages.h"
 #include "app/CliRunner.h"
 
 #include <QDir>
@@ -83,27 +84,33 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
     }
 }
 
-TEST(CLI, RunReportsEveryFailedInputThenTheDurationThenTheCount) {
+TEST(CLI, RunPrintsOutputsThenFailuresThenTheDurationThenTheCount) {
     tramix::test::TestFolder folder;
-    folder.file("Urlaub.jpg");
-    folder.file("sub/Strand.jpeg");
-    const auto result = runTramix({"--run", "convert.image.png", "Urlaub.jpg", "sub/Strand.jpeg"},
-                                  folder.path("."));
+    tramix::test::saveImage(tramix::test::halves(20, 10, tramix::test::red, tramix::test::blue),
+                            folder.path("Urlaub.jpg"));
+    folder.file("sub/Strand.jpeg", "no image at all");
+    folder.file("sub/Meer.jpg", "neither");
+    const auto result =
+        runTramix({"--run", "convert.image.png", "Urlaub.jpg", "sub/Strand.jpeg", "sub/Meer.jpg"},
+                  folder.path("."));
     EXPECT_EQ(result.status, 1);
     const QStringList lines = result.lines();
-    ASSERT_EQ(lines.size(), 4) << result.out.toStdString();
+    ASSERT_EQ(lines.size(), 5) << result.out.toStdString();
 
+    EXPECT_EQ(lines[0], folder.path("Urlaub.png"));
+    EXPECT_TRUE(QFileInfo(lines[0]).isFile());
     // Failures come in completion order, one line per input, named by file name only.
-    QStringList failures = lines.mid(0, 2);
+    QStringList failures = lines.mid(1, 2);
     failures.sort();
-    EXPECT_EQ(failures,
-              QStringList({"FEHLER Strand.jpeg: Nicht unterstützt: Bildumwandlung in PNG",
-                           "FEHLER Urlaub.jpg: Nicht unterstützt: Bildumwandlung in PNG"}));
-    EXPECT_TRUE(QRegularExpression("^Dauer: (\\d+ ms|\\d+\\.\\d s)$").match(lines[2]).hasMatch())
-        << lines[2].toStdString();
-    EXPECT_EQ(lines[3], "Fehler: 2 Fehler");
+    EXPECT_EQ(failures, QStringList({"FEHLER Meer.jpg: „Meer.jpg“ konnte nicht gelesen werden.",
+                                     "FEHLER Strand.jpeg: „Strand.jpeg“ konnte nicht gelesen "
+                                     "werden."}));
+    EXPECT_TRUE(QRegularExpression("^Dauer: (\\d+ ms|\\d+\\.\\d s)$").match(lines[3]).hasMatch())
+        << lines[3].toStdString();
+    EXPECT_EQ(lines[4], "Fehler: 2 Fehler");
     // A failed conversion leaves nothing behind.
-    EXPECT_FALSE(QFileInfo::exists(folder.path("Urlaub.png")));
+    EXPECT_FALSE(QFileInfo::exists(folder.path("sub/Strand.png")));
+    EXPECT_FALSE(QFileInfo::exists(folder.path("sub/Meer.png")));
 }
 
 TEST(CLI, RenderCommandsCheckTheirArgumentsBeforeSayingWhatIsNotBuilt) {

@@ -1,0 +1,85 @@
+#include "TestImages.h"
+
+#include "Converters/VipsRuntime.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QProcess>
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+namespace tramix::test {
+
+using vips::VImage;
+
+VImage halves(int width, int height, const Colour& left, const Colour& right) {
+    VipsRuntime::ensureStarted();
+    const int bands = int(left.size());
+    VImage image = VImage::black(width, height, VImage::option()->set("bands", bands));
+    image = image.new_from_image(left);
+    image.draw_rect(right, width / 2, 0, width - width / 2, height,
+                    VImage::option()->set("fill", true));
+    return image.cast(VIPS_FORMAT_UCHAR)
+        .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+}
+
+VImage photoLike(int width, int height) {
+    VipsRuntime::ensureStarted();
+    const VImage noise = VImage::gaussnoise(width, height, VImage::option()->set("sigma", 40.0));
+    const VImage ramp = VImage::xyz(width, height)[0] * (200.0 / width);
+    const VImage grey = (noise.gaussblur(1.5) + ramp - 64).cast(VIPS_FORMAT_UCHAR);
+    return VImage::bandjoin({grey, grey, (grey * 0.7).cast(VIPS_FORMAT_UCHAR)})
+        .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+}
+
+QString saveImage(const VImage& image, const QString& path, const QString& options) {
+    image.write_to_file(QFile::encodeName(path + options).constData());
+    return path;
+}
+
+QString exiftool(const QStringList& arguments) {
+    QProcess process;
+    process.start(QStringLiteral("exiftool"), arguments);
+    if (!process.waitForFinished(30000) || process.exitCode() != 0) {
+        ADD_FAILURE() << "exiftool failed: " << process.readAllStandardError().toStdString();
+        return {};
+    }
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
+
+QJsonObject tagsOf(const QString& path) {
+    const QString json = exiftool({"-j", "-G1", "-a", "-n", path});
+    return QJsonDocument::fromJson(json.toUtf8()).array().at(0).toObject();
+}
+
+bool hasGroup(const QJsonObject& tags, const QString& group) {
+    for (auto it = tags.begin(); it != tags.end(); ++it) {
+        if (it.key().startsWith(group + u':'))
+            return true;
+    }
+    return false;
+}
+
+Colour pixelAt(const QString& path, int x, int y) {
+    VImage image = VImage::new_from_file(QFile::encodeName(path).constData());
+    if (image.has_alpha())
+        image = image.flatten(VImage::option()->set("background", std::vector<double>{255}));
+    image = image.get_typeof(VIPS_META_ICC_NAME)
+                ? image.icc_transform("srgb", VImage::option()->set("embedded", true))
+                : image.colourspace(VIPS_INTERPRETATION_sRGB);
+    const std::vector<double> point = image.getpoint(x, y);
+    return Colour(point.begin(), point.begin() + 3);
+}
+
+bool isNear(const Colour& actual, const Colour& expected, double tolerance) {
+    if (actual.size() < 3 || expected.size() < 3)
+        return false;
+    for (int i = 0; i < 3; ++i) {
+        if (std::abs(actual[i] - expected[i]) > tolerance)
+            return false;
+    }
+    return true;
+}
+
+} // namespace tramix::test
