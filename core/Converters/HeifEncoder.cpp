@@ -39,11 +39,12 @@ void check(heif_error error, Codec codec) {
     }
 }
 
-// Both encoders are painfully slow at their defaults (about 25 s for a 12-MP photo); these
-// settings bring that to a few seconds at nearly the same file size.
+// Both encoders take 8 to 25 s for a 12-MP photo at their defaults. Measured here on photos
+// and on noise, these settings take about 1 to 2.5 s, with files between 30 % smaller and
+// 30 % larger than the defaults give.
 void setSpeed(heif_encoder* encoder, Codec codec) {
     if (codec == Codec::hevc)
-        heif_encoder_set_parameter_string(encoder, "preset", "faster");
+        heif_encoder_set_parameter_string(encoder, "preset", "ultrafast");
     else
         heif_encoder_set_parameter_integer(encoder, "speed", 8);
 }
