@@ -91,7 +91,7 @@ QString stripMetadata(const QString& input, const OutputContext& context) {
     const ImageFormat format = ImageFormat::forFile(input);
     const QString destination =
         context.destination(input, format.ext, QStringLiteral("ohne Metadaten"));
-    ImagePipeline::save(loaded, format, std::max(context.quality, 0.92), ImageMetadata(),
+    ImagePipeline::save(loaded, format, std::max(context.quality, 0.92), ImageMetadata::none(),
                         destination);
     return destination;
 }

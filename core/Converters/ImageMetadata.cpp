@@ -111,6 +111,12 @@ ImageMetadata ImageMetadata::read(const QString& path) {
     return metadata;
 }
 
+ImageMetadata ImageMetadata::none() {
+    ImageMetadata metadata;
+    metadata.removesAll_ = true;
+    return metadata;
+}
+
 ImageMetadata ImageMetadata::upright(int width, int height) const {
     ImageMetadata result = *this;
     if (!exif_.isEmpty()) {

@@ -12,7 +12,14 @@ public:
     // What the file carries; empty when it carries nothing or cannot be parsed.
     static ImageMetadata read(const QString& path);
 
+    // No metadata at all, not even what an encoder adds on its own (its EXIF resolution block).
+    static ImageMetadata none();
+
     bool isEmpty() const { return exif_.isEmpty() && iptc_.isEmpty() && xmp_.isEmpty(); }
+
+    // Whether encoded files must be rewritten to carry exactly this: rewriting a large file
+    // costs memory and time, so files with nothing to carry keep what the encoder wrote.
+    bool needsWriting() const { return !isEmpty() || removesAll_; }
     bool hasExif() const { return !exif_.isEmpty(); }
 
     // For pixels that were turned upright and may have been resized: orientation 1 wherever it
@@ -41,6 +48,7 @@ private:
     QByteArray exif_;
     QByteArray iptc_;
     QByteArray xmp_;
+    bool removesAll_ = false;
 };
 
 } // namespace tramix
