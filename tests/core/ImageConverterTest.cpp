@@ -77,6 +77,27 @@ TEST(ImageConverter, ConvertTurnsPixelsUprightAndKeepsGPSAndIPTC) {
     }
 }
 
+TEST(ImageConverter, OpensEveryImageFormatThatLibvipsReads) {
+    TestFolder dir;
+    const VImage source = halves(48, 32, red, blue);
+    QStringList inputs;
+    for (const char* name : {"a.jp2", "a.gif", "a.tiff", "a.webp", "a.heic", "a.avif", "a.bmp"})
+        inputs << saveImage(source, dir.path(name));
+    for (const char* format : {"tga", "psd", "ico"}) {
+        const QString path = dir.path(QStringLiteral("a.") + format);
+        source.magicksave(QFile::encodeName(path).constData(),
+                          VImage::option()->set("format", format));
+        inputs << path;
+    }
+    for (const QString& input : inputs) {
+        SCOPED_TRACE(input.toStdString());
+        const QString output = ImageConverter::convert(input, ImageFormat::png, OutputContext());
+        EXPECT_EQ(open(output).width(), 48);
+        EXPECT_TRUE(isNear(pixelAt(output, 4, 16), red));
+        EXPECT_TRUE(isNear(pixelAt(output, 44, 16), blue));
+    }
+}
+
 TEST(ImageConverter, TransparencyIsFlattenedOntoWhiteOnlyWhereTheFormatHasNone) {
     TestFolder dir;
     const QString png =
