@@ -14,11 +14,18 @@ namespace tramix {
 
 namespace {
 
+// Jobs run side by side; exiv2 registers XMP namespaces as it meets them, under this lock.
+void lockXMP(void* mutex, bool lock) {
+    lock ? static_cast<std::recursive_mutex*>(mutex)->lock()
+         : static_cast<std::recursive_mutex*>(mutex)->unlock();
+}
+
 void startOnce() {
     static std::once_flag once;
+    static std::recursive_mutex xmpMutex;
     std::call_once(once, [] {
         Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
-        Exiv2::XmpParser::initialize();
+        Exiv2::XmpParser::initialize(lockXMP, &xmpMutex);
         Exiv2::enableBMFF(true);
     });
 }
