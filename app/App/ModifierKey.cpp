@@ -1,0 +1,36 @@
+#include "ModifierKey.h"
+
+namespace tramix {
+
+std::uint32_t ModifierKey::flag() const {
+    static constexpr std::uint32_t flags[] = {0x20000, 0x100000, 0x40000, 0x80000};
+    return flags[value_];
+}
+
+QString ModifierKey::rawValue() const {
+    static const char* const names[] = {"shift", "command", "control", "option"};
+    return QString::fromLatin1(names[value_]);
+}
+
+std::optional<ModifierKey> ModifierKey::fromRawValue(QStringView raw) {
+    for (ModifierKey key : allCases()) {
+        if (key.rawValue() == raw)
+            return key;
+    }
+    return std::nullopt;
+}
+
+const std::array<ModifierKey, 4>& ModifierKey::allCases() {
+    static const std::array<ModifierKey, 4> cases = {shift, command, control, option};
+    return cases;
+}
+
+std::optional<ModifierKey> ModifierKey::single(std::uint32_t flags) {
+    for (ModifierKey key : allCases()) {
+        if (key.flag() == flags)
+            return key;
+    }
+    return std::nullopt;
+}
+
+} // namespace tramix
