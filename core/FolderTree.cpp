@@ -1,0 +1,110 @@
+#include "FolderTree.h"
+
+#include "ConversionError.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+
+namespace tramix::FolderTree {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+fs::path toPath(const QString& path) {
+    return fs::path(QFile::encodeName(path).toStdString());
+}
+
+QString fromPath(const fs::path& path) {
+    return QFile::decodeName(QByteArray::fromStdString(path.string()));
+}
+
+[[noreturn]] void throwFolderError(const QString& path, const QString& reason) {
+    throw ConversionError::failed(QStringLiteral("Der Ordner „%1“ konnte nicht angelegt werden: %2")
+                                      .arg(QFileInfo(path).fileName(), reason));
+}
+
+bool isRealFolder(const fs::directory_entry& entry) {
+    std::error_code error;
+    return entry.symlink_status(error).type() == fs::file_type::directory;
+}
+
+// Archives may hold folders that even their owner cannot enter; we own what we extracted.
+void grantOwner(const fs::path& folder, fs::perms perms) {
+    std::error_code error;
+    fs::permissions(folder, perms, fs::perm_options::add | fs::perm_options::nofollow, error);
+    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+        if (isRealFolder(*it))
+            grantOwner(it->path(), perms);
+    }
+}
+
+bool isInside(const fs::path& path, const fs::path& root) {
+    const fs::path relative = path.lexically_relative(root);
+    return !relative.empty() && *relative.begin() != "..";
+}
+
+} // namespace
+
+void create(const QString& path) {
+    std::error_code error;
+    fs::create_directories(toPath(path), error);
+    if (error)
+        throwFolderError(path, QString::fromLocal8Bit(error.message()));
+}
+
+void remove(const QString& path) {
+    const fs::path root = toPath(path);
+    std::error_code error;
+    if (fs::symlink_status(root, error).type() == fs::file_type::directory)
+        grantOwner(root, fs::perms::owner_all);
+    fs::remove_all(root, error);
+}
+
+std::optional<QString> linkLeaving(const QString& rootPath) {
+    std::error_code error;
+    const fs::path root = fs::canonical(toPath(rootPath), error);
+    if (error)
+        return QStringLiteral(".");
+    grantOwner(root, fs::perms::owner_read | fs::perms::owner_exec);
+    for (fs::recursive_directory_iterator it(root, error), end; !error && it != end;
+         it.increment(error)) {
+        if (!it->is_symlink(error))
+            continue;
+        std::error_code resolveError;
+        const fs::path target = fs::weakly_canonical(it->path(), resolveError);
+        if (resolveError || !isInside(target, root))
+            return fromPath(it->path().lexically_relative(root));
+    }
+    if (error)
+        return QStringLiteral(".");
+    return std::nullopt;
+}
+
+void moveIntoPlace(const QString& from, const QString& to) {
+    const QByteArray source = QFile::encodeName(from);
+    const QByteArray target = QFile::encodeName(to);
+    if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE) ==
+        0)
+        return;
+    int error = errno;
+    if (error == EINVAL || error == ENOSYS) {
+        // No atomic check on this file system: the reserved name makes a race unlikely.
+        struct stat info;
+        if (::lstat(target.constData(), &info) == 0)
+            error = EEXIST;
+        else if (::rename(source.constData(), target.constData()) == 0)
+            return;
+        else
+            error = errno;
+    }
+    throwFolderError(to, QString::fromLocal8Bit(std::strerror(error)));
+}
+
+} // namespace tramix::FolderTree
