@@ -3,6 +3,7 @@
 #include "app/CliRunner.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <gtest/gtest.h>
@@ -125,4 +126,50 @@ TEST(CLI, RenderCommandsCheckTheirArgumentsBeforeSayingWhatIsNotBuilt) {
         EXPECT_EQ(result.status, 1) << command;
         EXPECT_TRUE(result.out.startsWith("Fehler: Nicht unterstützt: ")) << command;
     }
+}
+
+TEST(CLI, RunConvertsMarkdownAndPacksUnpacksAndRepacksArchives) {
+    tramix::test::TestFolder folder;
+    folder.file("Notizen.md", "# Liste\n\n- **eins**\n- <zwei>\n");
+    folder.file("Projekt/README.md", "Hallo");
+    folder.file("Projekt/src/main.c", "int main(void) { return 0; }");
+
+    const auto html = runTramix({"--run", "convert.document.html", "Notizen.md"}, folder.path("."));
+    EXPECT_EQ(html.status, 0) << html.out.toStdString();
+    EXPECT_EQ(html.lines().first(), folder.path("Notizen.html"));
+    QFile page(folder.path("Notizen.html"));
+    ASSERT_TRUE(page.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(page.readAll().contains(
+        "<h1>Liste</h1>\n<ul>\n<li><strong>eins</strong></li>\n<li>&lt;zwei&gt;</li>\n</ul>"));
+    const auto pdf = runTramix({"--run", "convert.document.pdf", "Notizen.md"}, folder.path("."));
+    EXPECT_EQ(pdf.status, 1);
+    EXPECT_TRUE(pdf.out.startsWith("FEHLER Notizen.md: Nicht unterstützt: "))
+        << pdf.out.toStdString();
+
+    // Folder → ZIP → TAR.GZ → folder, each step by its own command.
+    const auto zip = runTramix({"--run", "archive.zip", "Projekt"}, folder.path("."));
+    EXPECT_EQ(zip.status, 0) << zip.out.toStdString();
+    EXPECT_EQ(zip.lines().first(), folder.path("Projekt.zip"));
+    const auto tgz = runTramix({"--run", "convert.archive.tgz", "Projekt.zip"}, folder.path("."));
+    EXPECT_EQ(tgz.status, 0) << tgz.out.toStdString();
+    EXPECT_EQ(tgz.lines().first(), folder.path("Projekt.tar.gz"));
+    const auto back =
+        runTramix({"--run", "convert.archive.extract", "Projekt.tar.gz"}, folder.path("."));
+    EXPECT_EQ(back.status, 0) << back.out.toStdString();
+    EXPECT_EQ(back.lines().first(), folder.path("Projekt 2"));
+    QFile source(folder.path("Projekt 2/Projekt/src/main.c"));
+    ASSERT_TRUE(source.open(QIODevice::ReadOnly));
+    EXPECT_EQ(source.readAll(), "int main(void) { return 0; }");
+
+    // Two archives at once: the damaged one gets its line, the good one its result.
+    folder.file("Kaputt.zip", "kein Archiv");
+    const auto both = runTramix({"--run", "convert.archive.zip", "Kaputt.zip", "Projekt.tar.gz"},
+                                folder.path("."));
+    EXPECT_EQ(both.status, 1);
+    const QStringList lines = both.lines();
+    ASSERT_GE(lines.size(), 2) << both.out.toStdString();
+    EXPECT_EQ(lines[0], folder.path("Projekt 2.zip"));
+    EXPECT_TRUE(lines[1].startsWith("FEHLER Kaputt.zip: ")) << lines[1].toStdString();
+    EXPECT_FALSE(QFileInfo::exists(folder.path("Kaputt 2.zip")));
+    EXPECT_FALSE(QFileInfo::exists(folder.path("Kaputt")));
 }
