@@ -26,8 +26,8 @@ std::optional<Kind> kindOf(const QString& path);
 QString compress(const QStringList& inputs, Kind kind, const OutputContext& context);
 
 // Unpacks into a new folder named after the archive. The folder appears only once everything
-// is out and checked: entries that would land outside it and links that point out of it make
-// the whole extraction fail.
+// is out and checked: entries with absolute or ".." paths are kept inside it or refused by the
+// archivers, and a link that points out of it fails the whole extraction.
 QString extract(const QString& archive, const OutputContext& context);
 
 // Fotos.zip becomes Fotos.tar.gz and back, through a private temporary folder.
