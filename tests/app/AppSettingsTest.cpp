@@ -162,11 +162,11 @@ TEST_F(AppSettingsTest, HandEditedGarbageFallsBackPerKeyAndKeepsTheRest) {
     QFile file(storeFile());
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("[General]\n"
-               "activation=sometimes\n"
-               "appearance=42\n"
+               "activation=hold, toggle\n"
                "quality=banana\n"
                "hasSeenWelcome=yes please\n"
-               "keys=shift, command\n"
+               "keys=@Variant(\\0\\0\\0\\b\\xff\\xff\\xff\\xff)\n"
+               "appearance=@Variant(\\0\\0\\0\n"
                "this line means nothing\n"
                "\x01\x02\xff\xfe=\x80\n"
                "=\n"
