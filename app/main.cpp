@@ -1,5 +1,6 @@
 #include "App/AppDelegate.h"
 #include "App/CLI.h"
+#include "App/DebugLog.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -31,5 +32,7 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     tramix::AppDelegate delegate;
     delegate.start();
-    return app.exec();
+    const int status = app.exec();
+    tramix::DebugLog::flush();
+    return status;
 }

@@ -1,5 +1,7 @@
 #include "AppDelegate.h"
 
+#include "App/AppSettings.h"
+#include "App/DebugLog.h"
 #include "Design/AppIcon.h"
 
 #include <QApplication>
@@ -10,6 +12,7 @@ AppDelegate::AppDelegate(QObject* parent)
     : QObject(parent) {}
 
 void AppDelegate::start() {
+    AppSettings::shared().appearance().apply();
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(appIcon());
 
@@ -20,6 +23,7 @@ void AppDelegate::start() {
     if (!QSystemTrayIcon::isSystemTrayAvailable())
         qWarning("Tramix: Kein Infobereich gefunden; das Symbol erscheint, sobald es einen gibt.");
     tray_.show();
+    DebugLog::write(QStringLiteral("Tramix gestartet"));
 }
 
 } // namespace tramix

@@ -1,4 +1,7 @@
 // The tray app under a real X server: its icon docks in a tray, and "Beenden" ends it.
+#include "TestFiles.h"
+#include "app/ScratchLog.h"
+
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QRegularExpression>
@@ -53,6 +56,9 @@ const QRegularExpression docked(QStringLiteral("^docked (\\d+) (\\d+)$"));
 TEST(TrayApp, StartsWithoutCommandDocksItsIconAndQuitsFromItsMenu) {
     if (qEnvironmentVariableIsEmpty("DISPLAY"))
         GTEST_SKIP() << "needs an X display (scripts/test starts Xvfb)";
+    // The app inherits a private state folder, so its own debug log can be read afterwards.
+    tramix::test::TestFolder folder;
+    tramix::test::ScratchLog log(folder.path("state"));
     Process host(QStringLiteral(TRAY_HOST_BINARY), {});
     ASSERT_TRUE(host.waitForLine(QRegularExpression("^ready$")).hasMatch());
 
@@ -70,4 +76,5 @@ TEST(TrayApp, StartsWithoutCommandDocksItsIconAndQuitsFromItsMenu) {
     EXPECT_EQ(app->exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(app->exitCode(), 0) << app->readAllStandardError().toStdString();
     EXPECT_EQ(app->readAllStandardOutput(), QByteArray());
+    EXPECT_EQ(log.messages(), QStringList{"Tramix gestartet"});
 }
