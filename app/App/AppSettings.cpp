@@ -49,13 +49,23 @@ QString readString(const QVariant& value) {
     return isString(value) ? value.toString() : QString();
 }
 
-// A stored map counts only when every name and every binding in it is a string; unknown names
-// are then skipped one pair at a time.
-AppSettings::KeyMap readKeys(const QVariant& value) {
+// The map lives in a [keys] group, one "mode=key" line each, so it stays editable by hand; an
+// older @Variant map under the same name reads too. It counts only when every binding in it is a
+// string; unknown names are then skipped one pair at a time.
+QVariantMap storedKeys(QSettings& store) {
+    if (!store.childGroups().contains(QStringLiteral("keys")))
+        return store.value(QStringLiteral("keys")).toMap();
+    QVariantMap stored;
+    store.beginGroup(QStringLiteral("keys"));
+    for (const QString& name : store.childKeys())
+        stored.insert(name, store.value(name));
+    store.endGroup();
+    return stored;
+}
+
+AppSettings::KeyMap readKeys(QSettings& store) {
     AppSettings::KeyMap keys = AppSettings::defaultKeys();
-    if (value.typeId() != QMetaType::QVariantMap)
-        return keys;
-    const QVariantMap stored = value.toMap();
+    const QVariantMap stored = storedKeys(store);
     for (const QVariant& binding : stored) {
         if (!isString(binding))
             return keys;
@@ -101,7 +111,7 @@ AppSettings::KeyMap AppSettings::defaultKeys() {
 }
 
 void AppSettings::load() {
-    keys_ = readKeys(store_->value(QStringLiteral("keys")));
+    keys_ = readKeys(*store_);
     activation_ = readString(store_->value(QStringLiteral("activation"))) == u"hold"
                       ? WheelActivation::hold
                       : WheelActivation::toggle;
@@ -156,10 +166,12 @@ void AppSettings::assign(ModifierKey key, WheelMode mode) {
 }
 
 void AppSettings::saveKeys() {
-    QVariantMap stored;
+    store_->remove(QStringLiteral("keys"));
+    store_->beginGroup(QStringLiteral("keys"));
     for (const auto& [mode, key] : keys_)
-        stored.insert(WheelMode(mode).rawValue(), key.rawValue());
-    store(QStringLiteral("keys"), stored);
+        store_->setValue(WheelMode(mode).rawValue(), key.rawValue());
+    store_->endGroup();
+    store_->sync();
 }
 
 void AppSettings::setActivation(WheelActivation activation) {

@@ -106,6 +106,23 @@ TEST_F(AppSettingsTest, AStoredMapKeepsItsKnownPairsAndSkipsUnknownNames) {
     EXPECT_EQ(describe(load()->keys()), "convert:shift tools:command actions:control");
 }
 
+TEST_F(AppSettingsTest, KeysAreAHandEditableGroupOfModeToKeyLines) {
+    QDir().mkpath(folder.path("config"));
+    QFile file(storeFile());
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("[keys]\ntools=option\nwheel=shift\nactions=hyper\n");
+    file.close();
+    const auto settings = load();
+    EXPECT_EQ(describe(settings->keys()), "convert:shift tools:option actions:control");
+
+    settings->assign(ModifierKey::shift, WheelMode::actions);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray text = file.readAll();
+    EXPECT_TRUE(text.contains("[keys]\nactions=shift\nconvert=control\ntools=option\n"))
+        << text.data();
+    EXPECT_EQ(describe(load()->keys()), "convert:control tools:option actions:shift");
+}
+
 TEST_F(AppSettingsTest, EveryChangeIsStoredAtOnceAndAnnouncedOnce) {
     const auto settings = load();
     QSignalSpy activation(settings.get(), &AppSettings::activationChanged);
