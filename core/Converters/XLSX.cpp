@@ -14,6 +14,7 @@
 #include <QFileInfo>
 #include <charconv>
 #include <cmath>
+#include <limits>
 
 namespace tramix::XLSX {
 
@@ -98,7 +99,7 @@ int columnIndex(QStringView reference) {
         if (value > 1'000'000'000)
             break; // far past any real sheet; keeps the sum from overflowing
     }
-    return static_cast<int>(std::max<qint64>(value - 1, 0));
+    return static_cast<int>(std::clamp<qint64>(value - 1, 0, std::numeric_limits<int>::max()));
 }
 
 QString columnName(int index) {

@@ -60,6 +60,12 @@ XLSXWriter::XLSXWriter(const QString& destination)
     , folder_(QStringLiteral("tramix-xlsx-"))
     , sheet_(folder_.filePath(QStringLiteral("xl/worksheets/sheet1.xml")))
     , out_(sheet_, QFileInfo(destination).fileName()) {
+    // zip would add to an existing archive instead of replacing it; neither may happen.
+    if (QFileInfo::exists(destination)) {
+        throw ConversionError::failed(
+            QStringLiteral("„%1“ konnte nicht geschrieben werden: Die Datei gibt es schon.")
+                .arg(QFileInfo(destination).fileName()));
+    }
     writePart(folder_, QStringLiteral("[Content_Types].xml"), contentTypes());
     writePart(folder_, QStringLiteral("_rels/.rels"),
               relationship("officeDocument", "xl/workbook.xml"));
