@@ -70,6 +70,8 @@ bool SheetReader::parse(QIODevice& device) {
             const QStringView name = xml.name();
             if (name == u"v" || name == u"t")
                 collecting = false;
+            else if (name == u"c" && row >= 0 && onCell)
+                onCell(row, column, cellText());
             else if (name == u"c" && row >= 0)
                 cells[row][column] = cellText();
             break;

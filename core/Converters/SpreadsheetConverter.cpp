@@ -93,12 +93,6 @@ void writeTable(const QString& destination, const QString& ext, const QString& t
     });
 }
 
-qint64 feedGrid(const TableGrid& grid, const DelimitedParser::RowHandler& onRow) {
-    for (const QStringList& cells : grid)
-        onRow(TableRow::from(cells));
-    return grid.size();
-}
-
 QString textOf(const TableGrid& grid, const QString& ext, const QString& title = {}) {
     QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
@@ -126,12 +120,10 @@ QString convert(const QString& input, const QString& ext, const OutputContext& c
     const QString title = QFileInfo(input).completeBaseName();
 
     if (pathExtension(input).toLower() == u"xlsx") {
-        const TableGrid grid = XLSX::read(input);
-        if (grid.isEmpty())
-            throw emptyTable();
         const QString destination = context.destination(input, target);
-        writeTable(destination, target, title,
-                   [&](const DelimitedParser::RowHandler& onRow) { return feedGrid(grid, onRow); });
+        writeTable(destination, target, title, [&](const DelimitedParser::RowHandler& onRow) {
+            return XLSX::stream(input, onRow);
+        });
         return destination;
     }
     if (!QFileInfo(input).isFile())

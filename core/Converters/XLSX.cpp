@@ -2,6 +2,7 @@
 
 #include "../ConversionError.h"
 #include "ArchiveConverter.h"
+#include "CellSpool.h"
 #include "ScratchFolder.h"
 #include "SharedStrings.h"
 #include "SheetReader.h"
@@ -46,9 +47,62 @@ QString firstWorksheet(const ScratchFolder& folder) {
     return base + u'/' + candidates.first();
 }
 
+// The rows of a sheet, read once into a spool: cells in row order (as spreadsheet programs
+// write them) are handed over row by row, padded to the widest row; a sheet out of order is
+// collected whole first.
+qint64 streamSheet(const ScratchFolder& folder, const QString& path, const QStringList& shared,
+                   const std::function<void(const TableRow&)>& onRow) {
+    CellSpool spool(folder.filePath(QStringLiteral("cells")));
+    int width = 0;
+    int last = -1;
+    bool ordered = true;
+    QFile file(path);
+    SheetReader sheet(shared, [&](int row, int column, const QString& text) {
+        width = std::max(width, column + 1);
+        ordered = ordered && row >= last;
+        last = std::max(last, row);
+        spool.add(row, column, text);
+    });
+    if (!file.open(QIODevice::ReadOnly) || !sheet.parse(file))
+        throw damaged();
+    file.remove(); // the spool holds it all now
+
+    if (!ordered) {
+        SheetReader collected(shared);
+        spool.replay([&](int row, int column, QByteArrayView text) {
+            collected.cells[row][column] = QString::fromUtf8(text);
+        });
+        const TableGrid grid = collected.grid();
+        for (const QStringList& cells : grid)
+            onRow(TableRow::from(cells));
+        return grid.size();
+    }
+
+    std::vector<QByteArray> cells(width);
+    TableRow row;
+    int current = 0;
+    const auto handOver = [&] {
+        row.clear();
+        for (QByteArray& cell : cells) {
+            row.append(cell);
+            cell.resize(0);
+        }
+        onRow(row);
+        ++current;
+    };
+    spool.replay([&](int at, int column, QByteArrayView text) {
+        while (current < at)
+            handOver();
+        cells[column] = text.toByteArray();
+    });
+    while (current <= last)
+        handOver();
+    return last + 1;
+}
+
 } // namespace
 
-TableGrid read(const QString& workbook) {
+qint64 stream(const QString& workbook, const std::function<void(const TableRow&)>& onRow) {
     const ScratchFolder folder(QStringLiteral("tramix-xlsx-"));
     try {
         // Pictures and embedded files are no part of the grid.
@@ -69,13 +123,13 @@ TableGrid read(const QString& workbook) {
             throw damaged();
     }
     const QString sheetPath = firstWorksheet(folder);
-    if (sheetPath.isEmpty())
-        return {};
-    QFile file(sheetPath);
-    SheetReader sheet(shared.strings);
-    if (!file.open(QIODevice::ReadOnly) || !sheet.parse(file))
-        throw damaged();
-    return sheet.grid();
+    return sheetPath.isEmpty() ? 0 : streamSheet(folder, sheetPath, shared.strings, onRow);
+}
+
+TableGrid read(const QString& workbook) {
+    TableGrid grid;
+    stream(workbook, [&](const TableRow& row) { grid.append(row.toStrings()); });
+    return grid;
 }
 
 void write(const TableGrid& grid, const QString& destination) {

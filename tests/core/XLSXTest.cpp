@@ -179,6 +179,24 @@ TEST(XLSX, ReadsSharedStringsTypesGapsAndCountsOnWithoutReferences) {
                   {"Name", "1500", "", "", "x", "inline", "", "", "#DIV/0!"},
               }));
 
+    // Rows and cells out of order land where their references say.
+    const QString shuffled = handMadeWorkbook(
+        folder, "Durcheinander.xlsx",
+        {{"xl/worksheets/sheet1.xml",
+          sheetXML("<row r=\"3\"><c r=\"B3\"><v>6</v></c><c r=\"A3\"><v>5</v></c></row>"
+                   "<row r=\"1\"><c r=\"C1\"><v>3</v></c><c r=\"A1\"><v>1</v></c></row>")}});
+    const TableGrid ordered = {{"1", "", "3"}, {"", "", ""}, {"5", "6", ""}};
+    EXPECT_EQ(XLSX::read(shuffled), ordered);
+    TableGrid streamed;
+    XLSX::stream(shuffled, [&](const TableRow& row) { streamed.append(row.toStrings()); });
+    EXPECT_EQ(streamed, ordered);
+    const QString inRowOrder = handMadeWorkbook(
+        folder, "Zeilen.xlsx",
+        {{"xl/worksheets/sheet1.xml",
+          sheetXML("<row r=\"1\"><c r=\"C1\"><v>3</v></c><c r=\"A1\"><v>1</v></c></row>"
+                   "<row r=\"3\"><c r=\"B3\"><v>6</v></c><c r=\"A3\"><v>5</v></c></row>")}});
+    EXPECT_EQ(XLSX::read(inRowOrder), ordered);
+
     // Without shared strings or a worksheet, there is simply nothing in the table.
     const QString bare =
         handMadeWorkbook(folder, "Leer.xlsx", {{"xl/workbook.xml", "<workbook/>"}});
