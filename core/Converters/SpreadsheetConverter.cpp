@@ -118,19 +118,13 @@ QString convert(const QString& input, const QString& ext, const OutputContext& c
     if (!known)
         throw ConversionError::unsupported(QStringLiteral("Tabellen als %1").arg(ext.toUpper()));
     const QString title = QFileInfo(input).completeBaseName();
-
-    if (pathExtension(input).toLower() == u"xlsx") {
-        const QString destination = context.destination(input, target);
-        writeTable(destination, target, title, [&](const DelimitedParser::RowHandler& onRow) {
-            return XLSX::stream(input, onRow);
-        });
-        return destination;
-    }
     if (!QFileInfo(input).isFile())
         throw ConversionError::unreadable(QFileInfo(input).fileName());
+
+    const bool workbook = pathExtension(input).toLower() == u"xlsx";
     const QString destination = context.destination(input, target);
     writeTable(destination, target, title, [&](const DelimitedParser::RowHandler& onRow) {
-        return streamDelimited(input, onRow);
+        return workbook ? XLSX::stream(input, onRow) : streamDelimited(input, onRow);
     });
     return destination;
 }

@@ -169,6 +169,8 @@ TEST(SpreadsheetConverter, ConvertReadsLatin1AndBomAndNeverLeavesAnEmptyOrDouble
     }
     EXPECT_EQ(failureOf([&] { Sheet::convert(folder.path("Fehlt.csv"), "json", {}); }),
               "„Fehlt.csv“ konnte nicht gelesen werden.");
+    EXPECT_EQ(failureOf([&] { Sheet::convert(folder.path("Fehlt.xlsx"), "csv", {}); }),
+              "„Fehlt.xlsx“ konnte nicht gelesen werden.");
     EXPECT_EQ(failureOf([&] { Sheet::convert(latin, "ods", {}); }),
               "Nicht unterstützt: Tabellen als ODS");
     EXPECT_EQ(entries(folder.path(".")), QStringList({"Bom.csv", "Kunden 2.tsv", "Kunden.csv",
