@@ -1,0 +1,45 @@
+// Splits delimited text into rows of cells as it arrives, in pieces of any size. Quotes open only
+// at the start of a cell, a doubled quote inside quotes stands for one, and only a line feed that
+// stands alone ends a row (a carriage return, alone or before a line feed, belongs to the cell).
+// Empty lines are dropped.
+#pragma once
+
+#include "TableRow.h"
+
+#include <functional>
+
+namespace tramix {
+
+class DelimitedParser {
+public:
+    using RowHandler = std::function<void(const TableRow&)>;
+
+    // With `latin1` the bytes are ISO Latin-1 and the cells are converted to UTF-8; otherwise
+    // they are UTF-8 already, and a leading byte-order mark is skipped.
+    DelimitedParser(char delimiter, bool latin1, RowHandler onRow);
+
+    void feed(QByteArrayView bytes);
+    // Hands over the last row when the text does not end with a line feed.
+    void finish();
+    qint64 rows() const { return rows_; }
+
+private:
+    // The end of the bytes from `from` on that need no decision of the state machine.
+    qsizetype plainRun(QByteArrayView bytes, qsizetype from) const;
+    void outside(char byte);
+    void appendByte(char byte);
+    void endCell() { row_.closeCell(); }
+    void endRow();
+
+    char delimiter_;
+    bool latin1_;
+    RowHandler onRow_;
+    TableRow row_;
+    bool inQuotes_ = false;
+    bool quotePending_ = false; // a quote inside quotes, its meaning known from the next byte
+    bool afterCR_ = false;
+    qint64 offset_ = 0;
+    qint64 rows_ = 0;
+};
+
+} // namespace tramix

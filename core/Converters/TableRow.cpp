@@ -1,0 +1,35 @@
+#include "TableRow.h"
+
+namespace tramix {
+
+QByteArrayView TableRow::cell(qsizetype index) const {
+    const qsizetype from = start(index);
+    return QByteArrayView(bytes_.constData() + from, ends_[index] - from);
+}
+
+void TableRow::clear() {
+    bytes_.resize(0);
+    ends_.clear();
+}
+
+void TableRow::append(QByteArrayView cell) {
+    bytes_.append(cell);
+    closeCell();
+}
+
+TableRow TableRow::from(const QStringList& cells) {
+    TableRow row;
+    for (const QString& cell : cells)
+        row.append(cell.toUtf8());
+    return row;
+}
+
+QStringList TableRow::toStrings() const {
+    QStringList cells;
+    cells.reserve(size());
+    for (qsizetype i = 0; i < size(); ++i)
+        cells.append(QString::fromUtf8(cell(i)));
+    return cells;
+}
+
+} // namespace tramix
