@@ -1,8 +1,10 @@
 #include "AppDelegate.h"
 
+#include "Converters/VisionTools.h"
 #include "Design/AppIcon.h"
 
 #include <QApplication>
+#include <QClipboard>
 
 namespace tramix {
 
@@ -12,6 +14,10 @@ AppDelegate::AppDelegate(QObject* parent)
 void AppDelegate::start() {
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(appIcon());
+
+    // Recognised text is meant to be pasted right away.
+    VisionTools::setClipboardHook(
+        [](const QString& text) { QApplication::clipboard()->setText(text); });
 
     menu_.addAction(QStringLiteral("Beenden"), qApp, &QCoreApplication::quit);
     tray_.setIcon(appIcon());

@@ -65,8 +65,10 @@ void appendCopy(QPDF& target, QPDFPageObjectHelper page) {
 void write(QPDF& document, const QString& destination,
            const std::function<void(QPDFWriter&)>& configure) {
     AtomicFile::write(destination, [&](const QString& temporary) {
+        // The writer keeps the name for its messages.
+        const QByteArray file = QFile::encodeName(temporary);
         try {
-            QPDFWriter writer(document, QFile::encodeName(temporary).constData());
+            QPDFWriter writer(document, file.constData());
             if (configure)
                 configure(writer);
             writer.write();
