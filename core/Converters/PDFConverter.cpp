@@ -91,8 +91,8 @@ qint64 pageCount(const QString& path) {
 
 QStringList split(const QString& input, const QList<PageRanges::Group>& groups,
                   const OutputContext& context) {
-    std::shared_ptr<QPDF> document = PDFDocument::open(input);
-    const std::vector<QPDFPageObjectHelper> pages = PDFDocument::pages(*document, fileName(input));
+    const QString name = fileName(input);
+    const qint64 count = pageCount(input);
     QList<PageRanges::Group> chosen;
     for (const PageRanges::Group& group : groups) {
         if (!group.isEmpty())
@@ -100,23 +100,30 @@ QStringList split(const QString& input, const QList<PageRanges::Group>& groups,
     }
     if (chosen.isEmpty())
         throw ConversionError::failed(QStringLiteral("Keine Seiten ausgewählt."));
+    for (const PageRanges::Group& group : chosen)
+        requirePages(group, count);
+    QStringList destinations;
     if (chosen.size() == 1) {
-        requirePages(chosen[0], qint64(pages.size()));
-        const QString destination =
-            context.destination(input, QStringLiteral("pdf"), label(chosen[0]));
-        writePages(pages, chosen[0], fileName(input), destination);
-        return {destination};
+        destinations.append(context.destination(input, QStringLiteral("pdf"), label(chosen[0])));
+    } else {
+        const QDir folder(context.makeFolder(input, QStringLiteral("aufgeteilt")));
+        for (qsizetype i = 0; i < chosen.size(); ++i) {
+            destinations.append(
+                folder.filePath(QStringLiteral("Teil %1 – %2.pdf")
+                                    .arg(zeroPadded(i + 1, chosen.size()), label(chosen[i]))));
+        }
     }
-    const QDir folder(context.makeFolder(input, QStringLiteral("aufgeteilt")));
-    QStringList written;
-    for (qsizetype i = 0; i < chosen.size(); ++i) {
-        requirePages(chosen[i], qint64(pages.size()));
-        const QString name = QStringLiteral("Teil %1 – %2.pdf")
-                                 .arg(zeroPadded(i + 1, chosen.size()), label(chosen[i]));
-        writePages(pages, chosen[i], fileName(input), folder.filePath(name));
-        written.append(folder.filePath(name));
-    }
-    return written;
+    // Writing many small files waits mostly on the disk, so several are written at once, each
+    // thread copying from its own reading of the source.
+    ParallelPages::run(int(chosen.size()), JobRunner::width(), [&] {
+        auto source = PDFDocument::open(input);
+        auto pages =
+            std::make_shared<std::vector<QPDFPageObjectHelper>>(PDFDocument::pages(*source, name));
+        return [&, source, pages](int index) {
+            writePages(*pages, chosen[index], name, destinations[index]);
+        };
+    });
+    return destinations;
 }
 
 QString merge(const QList<MergePart>& parts, const QString& name, const OutputContext& context) {

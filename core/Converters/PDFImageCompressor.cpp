@@ -294,7 +294,8 @@ void replace(Job& job) {
 void recompress(QPDF& document, double quality, int threads) {
     if (!VipsRuntime::ensureStarted())
         return;
-    const int jpegQuality = std::clamp(int(std::lround(quality * 100)), 1, 100);
+    const int jpegQuality =
+        std::clamp(int(std::lround(std::min(quality, screenQuality) * 100)), 1, 100);
     const Placements found = placements(document);
     // A few images at a time, so that memory follows the threads rather than the document.
     const size_t batch = size_t(std::max(1, threads)) * 2;

@@ -22,12 +22,13 @@ namespace {
 }
 
 // Tesseract's OpenMP threads would compete with our own page workers on a busy machine; one
-// engine per worker thread, each single-threaded, is faster. The limit belongs to the calling
-// thread, and libgomp is only there when Tesseract was built with it.
+// engine per worker thread, each single-threaded, is faster. Tesseract asks for its thread
+// counts explicitly, so only allowing no active parallel level keeps it on the calling thread
+// (this setting belongs to that thread). libgomp is only there when Tesseract was built with it.
 void singleThreaded() {
-    using SetThreads = void (*)(int);
-    if (auto set = reinterpret_cast<SetThreads>(dlsym(RTLD_DEFAULT, "omp_set_num_threads")))
-        set(1);
+    using SetLevels = void (*)(int);
+    if (auto set = reinterpret_cast<SetLevels>(dlsym(RTLD_DEFAULT, "omp_set_max_active_levels")))
+        set(0);
 }
 
 QString dataFolder() {
