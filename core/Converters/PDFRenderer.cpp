@@ -10,7 +10,6 @@
 #include <mutex>
 #include <poppler/cpp/poppler-global.h>
 #include <poppler/cpp/poppler-page-renderer.h>
-#include <vector>
 
 namespace tramix::PDFRenderer {
 
@@ -28,9 +27,11 @@ bool turnedSideways(const poppler::page& page) {
     return orientation == poppler::page::landscape || orientation == poppler::page::seascape;
 }
 
-vips::VImage inMemory(const std::vector<unsigned char>& pixels, int width, int height, int bands) {
-    VipsImage* image = vips_image_new_from_memory_copy(pixels.data(), pixels.size(), width, height,
-                                                       bands, VIPS_FORMAT_UCHAR);
+// One copy of the bitmap, rows and all; the rest is arranged lazily as the pixels are read.
+vips::VImage copied(const poppler::image& bitmap) {
+    const int rowBytes = bitmap.bytes_per_row(), height = bitmap.height();
+    VipsImage* image = vips_image_new_from_memory_copy(
+        bitmap.const_data(), size_t(rowBytes) * height, rowBytes, height, 1, VIPS_FORMAT_UCHAR);
     if (!image) {
         vips_error_clear();
         throw ConversionError::failed(QStringLiteral("Bildpuffer konnte nicht erstellt werden."));
@@ -40,30 +41,16 @@ vips::VImage inMemory(const std::vector<unsigned char>& pixels, int width, int h
 
 // poppler gives blue, green, red; everything after it wants red first.
 vips::VImage fromBGR(const poppler::image& bitmap) {
-    const int width = bitmap.width(), height = bitmap.height();
-    std::vector<unsigned char> pixels(size_t(width) * height * 3);
-    for (int y = 0; y < height; ++y) {
-        const auto* in = reinterpret_cast<const unsigned char*>(bitmap.const_data()) +
-                         size_t(y) * bitmap.bytes_per_row();
-        unsigned char* out = pixels.data() + size_t(y) * width * 3;
-        for (int x = 0; x < width; ++x, in += 3, out += 3) {
-            out[0] = in[2];
-            out[1] = in[1];
-            out[2] = in[0];
-        }
-    }
-    return inMemory(pixels, width, height, 3)
+    const vips::VImage bgr = copied(bitmap)
+                                 .extract_area(0, 0, bitmap.width() * 3, bitmap.height())
+                                 .bandfold(vips::VImage::option()->set("factor", 3));
+    return vips::VImage::bandjoin({bgr[2], bgr[1], bgr[0]})
         .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
 }
 
 vips::VImage fromGrey(const poppler::image& bitmap) {
-    const int width = bitmap.width(), height = bitmap.height();
-    std::vector<unsigned char> pixels(size_t(width) * height);
-    for (int y = 0; y < height; ++y) {
-        std::copy_n(bitmap.const_data() + size_t(y) * bitmap.bytes_per_row(), width,
-                    pixels.data() + size_t(y) * width);
-    }
-    return inMemory(pixels, width, height, 1)
+    return copied(bitmap)
+        .extract_area(0, 0, bitmap.width(), bitmap.height())
         .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W));
 }
 

@@ -140,7 +140,8 @@ QString TextRecognizer::read(const vips::VImage& source, double dpi) {
     const int bands = image.bands();
     engine_->SetImage(static_cast<const unsigned char*>(pixels.get()), image.width(),
                       image.height(), bands, image.width() * bands);
-    engine_->SetSourceResolution(std::clamp(int(std::lround(dpi)), 70, 2400));
+    if (dpi > 0)
+        engine_->SetSourceResolution(std::clamp(int(std::lround(dpi)), 70, 2400));
     if (engine_->Recognize(nullptr) != 0)
         recognitionFailed();
     QStringList lines;

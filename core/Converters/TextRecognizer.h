@@ -22,7 +22,7 @@ public:
     TextRecognizer& operator=(const TextRecognizer&) = delete;
 
     // The text lines of the image in reading order, joined by line feeds; empty when it shows
-    // none. `dpi` helps Tesseract judge the size of the letters.
+    // none. `dpi` helps Tesseract judge the size of the letters; 0 lets it guess.
     QString read(const vips::VImage& image, double dpi);
 
     // Tesseract's "+"-joined language list: the installed languages that match the preferred

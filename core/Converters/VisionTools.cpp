@@ -59,7 +59,8 @@ QString recognize(const vips::VImage& image, double dpi) {
 
 QString recognizeText(const QString& input, const OutputContext& context) {
     const ImagePipeline::Loaded loaded = ImagePipeline::load(input);
-    const QString text = recognize(loaded.image, loaded.dpi);
+    const QString text =
+        recognize(loaded.image, ImagePipeline::declaredDPI(loaded.image).value_or(0));
     if (text.isEmpty())
         throw ConversionError::failed(QStringLiteral("Im Bild wurde kein Text gefunden."));
     return save(text, input, context);

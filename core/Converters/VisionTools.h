@@ -15,8 +15,9 @@ namespace tramix::VisionTools {
 using ClipboardHook = std::function<void(const QString& text)>;
 void setClipboardHook(ClipboardHook hook);
 
-// The text lines of one image in reading order, joined by line feeds; may be empty.
-QString recognize(const vips::VImage& image, double dpi = 300);
+// The text lines of one image in reading order, joined by line feeds; may be empty. `dpi` is
+// the image's resolution, 0 when unknown.
+QString recognize(const vips::VImage& image, double dpi = 0);
 
 // Recognises the text of an image file, writes it as "{name} Text.txt" and hands it to the
 // clipboard. Fails when the image shows no text.

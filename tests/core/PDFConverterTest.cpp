@@ -201,6 +201,14 @@ TEST(PDFConverter, PagesBecomeImagesTurnedAndCroppedAsShown) {
     EXPECT_EQ(page.height(), 3508);
     EXPECT_EQ(pixelAt(jpeg, 5, 5), white);
 
+    // Colours come out in their places: red left, blue right.
+    ImageConverter::makePDF({saveImage(halves(200, 100, red, blue), dir.path("halves.png"))},
+                            dir.path("Farben.pdf"));
+    const QString colours =
+        PDFConverter::toImages(dir.path("Farben.pdf"), ImageFormat::png, OutputContext(), 72);
+    EXPECT_TRUE(isNear(pixelAt(colours, 20, 50), red, 8));
+    EXPECT_TRUE(isNear(pixelAt(colours, 180, 50), blue, 8));
+
     QList<TextPage> many;
     for (int i = 1; i <= 12; ++i)
         many.append(TextPage(QStringLiteral("Seite %1").arg(i), 0, QSizeF(100, 100)));
