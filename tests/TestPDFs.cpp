@@ -14,8 +14,9 @@ QByteArray escaped(const QString& line) {
     return bytes;
 }
 
-QByteArray contentOf(const QString& text) {
-    QByteArray content = "BT /F1 24 Tf 72 700 Td 30 TL ";
+// Lines from the top left, as on a letter.
+QByteArray contentOf(const QString& text, double height) {
+    QByteArray content = "BT /F1 24 Tf 72 " + QByteArray::number(height - 142) + " Td 30 TL ";
     for (const QString& line : text.split(u'\n'))
         content += "(" + escaped(line) + ") Tj T* ";
     return content + "ET";
@@ -56,7 +57,7 @@ QByteArray pagesPDF(const QList<TextPage>& pages) {
         }
         dict += " /Resources << /Font << /F1 " + QByteArray::number(font) +
                 " 0 R >> >> /Contents " + QByteArray::number(4 + 2 * i) + " 0 R >>";
-        const QByteArray content = contentOf(page.text);
+        const QByteArray content = contentOf(page.text, page.size.height());
         objects << dict
                 << "<< /Length " + QByteArray::number(content.size()) + " >>\nstream\n" + content +
                        "\nendstream";

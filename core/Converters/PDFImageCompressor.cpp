@@ -202,7 +202,7 @@ std::optional<Job> jobFor(QPDFObjectHandle image, std::pair<double, double> show
     QPDFObjectHandle depth = dict.getKey("/BitsPerComponent");
     if (!width.isInteger() || !height.isInteger() || !depth.isInteger() || depth.getIntValue() != 8)
         return std::nullopt;
-    if (dict.hasKey("/Decode") || dict.hasKey("/DecodeParms") || dict.getKey("/Mask").isArray() ||
+    if (dict.hasKey("/Decode") || dict.getKey("/Mask").isArray() ||
         isTrue(dict.getKey("/ImageMask")) || dict.hasKey("/Alternates"))
         return std::nullopt;
     Job job{image,
@@ -224,6 +224,8 @@ std::optional<Job> jobFor(QPDFObjectHandle image, std::pair<double, double> show
     }
     try {
         job.raw = bytesOf(image.getRawStreamData());
+        if (isJPEG(dict.getKey("/Filter")) && dict.hasKey("/DecodeParms"))
+            return std::nullopt; // colour transforms of its own that libvips would not know
         if (!isJPEG(dict.getKey("/Filter"))) {
             job.plain = bytesOf(image.getStreamData(qpdf_dl_generalized));
             if (job.plain.size() < size_t(job.width) * job.height * job.bands)

@@ -1,13 +1,28 @@
 #include "ParallelPages.h"
 
+#include "../JobRunner.h"
+
 #include <algorithm>
 #include <atomic>
 #include <exception>
 #include <mutex>
+#include <semaphore>
 #include <thread>
 #include <vector>
 
 namespace tramix::ParallelPages {
+
+namespace {
+
+// Threads beyond the callers' own come from one allowance for the whole process, so that
+// documents worked on side by side by the job runner do not multiply the threads, and the page
+// bitmaps they hold.
+std::counting_semaphore<>& helpers() {
+    static std::counting_semaphore<> allowance(std::max(1, JobRunner::width() - 1));
+    return allowance;
+}
+
+} // namespace
 
 void run(int count, int threads, const std::function<PageWork()>& prepare) {
     if (count < 1)
@@ -32,8 +47,12 @@ void run(int count, int threads, const std::function<PageWork()>& prepare) {
     {
         std::vector<std::jthread> workers;
         workers.reserve(width - 1);
-        for (int i = 1; i < width; ++i)
-            workers.emplace_back(thread);
+        for (int i = 1; i < width && helpers().try_acquire(); ++i) {
+            workers.emplace_back([&] {
+                thread();
+                helpers().release();
+            });
+        }
         thread();
     }
     if (failure)

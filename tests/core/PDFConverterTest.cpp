@@ -271,6 +271,17 @@ TEST(PDFConverter, CompressShrinksPhotosAndLeavesTheRestIntact) {
     EXPECT_TRUE(inside.contains("/Width 1200"));
     EXPECT_TRUE(inside.contains("/Height 800"));
 
+    // A photo inside a form XObject (as qpdf's underlay makes it) is found and shrunk as well.
+    const QString card = dir.file("card.pdf", pagesPDF({TextPage("Karte", 0, QSizeF(576, 384))}));
+    toolOutput("qpdf",
+               {card, "--underlay", dir.path("photo.pdf"), "--", dir.path("Unterlage.pdf")});
+    const QString underlaid = PDFConverter::compress(dir.path("Unterlage.pdf"), OutputContext());
+    const QString inForm =
+        toolOutput("qpdf", {"--qdf", "--object-streams=disable", underlaid, "-"});
+    EXPECT_TRUE(inForm.contains("/Subtype /Form"));
+    EXPECT_TRUE(inForm.contains("/Width 1200"));
+    EXPECT_EQ(textOf(underlaid).simplified(), "Karte");
+
     EXPECT_EQ(errorOf([&] { PDFConverter::compress(smaller, OutputContext()); }),
               "Das PDF ist bereits optimal komprimiert.");
     EXPECT_FALSE(QFile::exists(dir.path("Mappe komprimiert komprimiert.pdf")));
