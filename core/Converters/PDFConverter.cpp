@@ -25,16 +25,6 @@ QString fileName(const QString& path) {
     return QFileInfo(path).fileName();
 }
 
-QString trimmedBlanks(const QString& text) {
-    qsizetype begin = 0, end = text.size();
-    auto blank = [](QChar c) { return c == u' ' || c == u'\t'; };
-    while (begin < end && blank(text[begin]))
-        ++begin;
-    while (end > begin && blank(text[end - 1]))
-        --end;
-    return text.mid(begin, end - begin);
-}
-
 QString trimmedSpace(const QString& text) {
     qsizetype begin = 0, end = text.size();
     auto space = [](QChar c) {
@@ -74,7 +64,7 @@ void requirePages(const PageRanges::Group& group, qint64 count) {
 }
 
 QString mergedName(const QString& name) {
-    QString result = trimmedBlanks(name).replace(u'/', u'-');
+    QString result = PageRanges::trimmedBlanks(name).replace(u'/', u'-');
     if (result.isEmpty())
         result = QStringLiteral("Zusammengeführt");
     if (!result.toLower().endsWith(u".pdf"))

@@ -9,17 +9,6 @@ namespace tramix::PageRanges {
 
 namespace {
 
-// Line breaks are not blanks here: a piece spanning lines is malformed, not two pieces.
-QString trimmedBlanks(const QString& text) {
-    qsizetype begin = 0, end = text.size();
-    auto blank = [](QChar c) { return c == u' ' || c == u'\t'; };
-    while (begin < end && blank(text[begin]))
-        ++begin;
-    while (end > begin && blank(text[end - 1]))
-        --end;
-    return text.mid(begin, end - begin);
-}
-
 // An optional "+" and decimal digits that fit 64 bits; nothing else.
 std::optional<qint64> number(const QString& text) {
     const QString digits = text.startsWith(u'+') ? text.mid(1) : text;
@@ -82,6 +71,17 @@ Group group(const QString& piece, qint64 pageCount) {
 }
 
 } // namespace
+
+// Line breaks are not blanks here: a piece spanning lines is malformed, not two pieces.
+QString trimmedBlanks(const QString& text) {
+    qsizetype begin = 0, end = text.size();
+    auto blank = [](QChar c) { return c == u' ' || c == u'\t'; };
+    while (begin < end && blank(text[begin]))
+        ++begin;
+    while (end > begin && blank(text[end - 1]))
+        --end;
+    return text.mid(begin, end - begin);
+}
 
 QList<Group> parse(const QString& text, qint64 pageCount) {
     QString normalised = text;

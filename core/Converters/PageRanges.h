@@ -16,6 +16,9 @@ inline const QString englishPrefix = QStringLiteral("p. ");
 // Throws ConversionError with the sentence the user needs to correct the text.
 QList<Group> parse(const QString& text, qint64 pageCount);
 
+// `text` without spaces and tabs at either end; line breaks stay.
+QString trimmedBlanks(const QString& text);
+
 // "S. 4", "S. 3–7" for a run, "S. 1, 3, 8" otherwise; empty for an empty group.
 QString label(const Group& group, const QString& prefix = germanPrefix);
 
