@@ -131,17 +131,35 @@ private:
     std::vector<QPDFObjectHandle> operands_;
 };
 
+// Every image that resources can reach, also through the forms they hold.
+void imagesIn(QPDFObjectHandle resources, int depth, std::set<QPDFObjGen>& images) {
+    QPDFObjectHandle xobjects = resources.getKeyIfDict("/XObject");
+    if (!xobjects.isDictionary() || depth > deepestForm)
+        return;
+    for (auto& [name, stream] : xobjects.getDictAsMap()) {
+        if (!stream.isStream())
+            continue;
+        if (stream.isImage())
+            images.insert(stream.getObjGen());
+        else if (stream.isFormXObject())
+            imagesIn(stream.getDict().getKey("/Resources"), depth + 1, images);
+    }
+}
+
 Placements placements(QPDF& document) {
     Placements found;
+    std::set<QPDFObjGen> untouchable;
     for (QPDFPageObjectHelper& page : QPDFPageDocumentHelper(document).getAllPages()) {
-        // A page whose drawing cannot be followed keeps its images as they are.
+        // The images of a page whose drawing cannot be followed stay as they are, wherever
+        // else they are shown: their size on that page is unknown.
         Placements onPage;
+        QPDFObjectHandle resources = page.getAttribute("/Resources", false);
         try {
             std::set<QPDFObjGen> forms;
-            ContentWalker walker(onPage, page.getAttribute("/Resources", false), Matrix{}, 0,
-                                 forms);
+            ContentWalker walker(onPage, resources, Matrix{}, 0, forms);
             page.parseContents(&walker);
         } catch (const std::exception&) {
+            imagesIn(resources, 0, untouchable);
             continue;
         }
         for (const auto& [id, image] : onPage.images) {
@@ -150,6 +168,10 @@ Placements placements(QPDF& document) {
             size.first = std::max(size.first, onPage.sizes[id].first);
             size.second = std::max(size.second, onPage.sizes[id].second);
         }
+    }
+    for (const QPDFObjGen& id : untouchable) {
+        found.images.erase(id);
+        found.sizes.erase(id);
     }
     return found;
 }
