@@ -33,6 +33,19 @@ VImage photoLike(int width, int height) {
         .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
 }
 
+VImage textImage(const QString& text, int dpi) {
+    VipsRuntime::ensureStarted();
+    const QByteArray utf8 = text.toHtmlEscaped().toUtf8();
+    const VImage ink = VImage::text(
+        utf8.constData(), VImage::option()->set("font", "DejaVu Sans 12")->set("dpi", dpi));
+    const int margin = dpi / 2;
+    return (255 - ink)
+        .cast(VIPS_FORMAT_UCHAR)
+        .embed(margin, margin, ink.width() + 2 * margin, ink.height() + 2 * margin,
+               VImage::option()->set("extend", VIPS_EXTEND_WHITE))
+        .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W));
+}
+
 QString saveImage(const VImage& image, const QString& path, const QString& options) {
     image.write_to_file(QFile::encodeName(path + options).constData());
     return path;

@@ -17,6 +17,10 @@ vips::VImage halves(int width, int height, const Colour& left, const Colour& rig
 // Noise over a gradient: compresses like a photo, not like a flat drawing.
 vips::VImage photoLike(int width, int height);
 
+// Black text on white at `dpi`, set in DejaVu Sans at 12 points with a wide white margin; lines
+// parted by "\n".
+vips::VImage textImage(const QString& text, int dpi = 300);
+
 // Writes with libvips; `options` as libvips takes them after the name, e.g. "[Q=90]".
 QString saveImage(const vips::VImage& image, const QString& path, const QString& options = {});
 

@@ -2,9 +2,11 @@
 
 #include "App/AppSettings.h"
 #include "App/DebugLog.h"
+#include "Converters/VisionTools.h"
 #include "Design/AppIcon.h"
 
 #include <QApplication>
+#include <QClipboard>
 
 namespace tramix {
 
@@ -15,6 +17,10 @@ void AppDelegate::start() {
     AppSettings::shared().appearance().apply();
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(appIcon());
+
+    // Recognised text is meant to be pasted right away.
+    VisionTools::setClipboardHook(
+        [](const QString& text) { QApplication::clipboard()->setText(text); });
 
     menu_.addAction(QStringLiteral("Beenden"), qApp, &QCoreApplication::quit);
     tray_.setIcon(appIcon());
