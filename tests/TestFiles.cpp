@@ -1,5 +1,7 @@
 #include "TestFiles.h"
 
+#include "ConversionError.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -29,6 +31,15 @@ QString TestFolder::folder(const QString& name) const {
     const QString full = path(name);
     QDir().mkpath(full);
     return full;
+}
+
+QString errorOf(const std::function<void()>& work) {
+    try {
+        work();
+    } catch (const ConversionError& error) {
+        return error.errorDescription();
+    }
+    return QStringLiteral("(no error)");
 }
 
 } // namespace tramix::test

@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>
+#include <functional>
 #include <ostream>
 
 // Readable QStrings in test failure messages.
@@ -24,5 +25,8 @@ public:
 private:
     QTemporaryDir dir_;
 };
+
+// The sentence of the ConversionError that `work` throws, or "(no error)".
+QString errorOf(const std::function<void()>& work);
 
 } // namespace tramix::test

@@ -13,17 +13,9 @@
 #include <gtest/gtest.h>
 
 using namespace tramix;
+using test::errorOf;
 
 namespace {
-
-QString failureOf(const std::function<void()>& work) {
-    try {
-        work();
-    } catch (const ConversionError& error) {
-        return error.errorDescription();
-    }
-    return QStringLiteral("(no error)");
-}
 
 QString output(const QString& program, const QStringList& arguments, const QString& folder = {}) {
     QProcess process;
@@ -91,16 +83,16 @@ TEST(ArchiveConverter, RunReportsTheToolsOwnErrorTextOrNamesTheSilentTool) {
     ASSERT_TRUE(probe.open(QIODevice::ReadOnly));
     EXPECT_EQ(probe.readAll(), "seen");
 
-    EXPECT_EQ(failureOf([&] {
+    EXPECT_EQ(errorOf([&] {
                   ArchiveConverter::run(
                       sh, {"-c", "printf '  zip error: Nothing to do!\\n\\t' >&2; exit 12"});
               }),
               QStringLiteral("zip error: Nothing to do!"));
-    EXPECT_EQ(failureOf([&] {
+    EXPECT_EQ(errorOf([&] {
                   ArchiveConverter::run(sh, {"-c", "exit 3"});
               }),
               QStringLiteral("sh ist fehlgeschlagen."));
-    EXPECT_NE(failureOf([&] { ArchiveConverter::run(folder.path("missing-tool"), {}); }),
+    EXPECT_NE(errorOf([&] { ArchiveConverter::run(folder.path("missing-tool"), {}); }),
               QStringLiteral("(no error)"));
 }
 
@@ -147,11 +139,11 @@ TEST(ArchiveConverter, CompressNamesTheArchiveAfterOneInputOrCallsItArchiv) {
 
         // Files from two folders are refused, and nothing is written.
         const QString other = folder.file("anders/c.txt");
-        EXPECT_EQ(failureOf([&] {
+        EXPECT_EQ(errorOf([&] {
                       ArchiveConverter::compress({a, other}, kind, {});
                   }),
                   QString::fromUtf8("Nicht unterstützt: Dateien aus verschiedenen Ordnern"));
-        EXPECT_EQ(failureOf([&] { ArchiveConverter::compress({}, kind, {}); }), "Keine Dateien.");
+        EXPECT_EQ(errorOf([&] { ArchiveConverter::compress({}, kind, {}); }), "Keine Dateien.");
 
         // A chosen output folder takes the archive.
         const QString out = folder.folder("Ausgabe " + ext);
@@ -167,11 +159,11 @@ TEST(ArchiveConverter, CompressNamesTheArchiveAfterOneInputOrCallsItArchiv) {
     // temporary file.
     const QString gone = folder.path("verschwunden.txt");
     for (const Kind kind : {Kind::zip, Kind::tgz}) {
-        EXPECT_EQ(failureOf([&] {
+        EXPECT_EQ(errorOf([&] {
                       ArchiveConverter::compress({a, gone}, kind, {});
                   }),
                   QString::fromUtf8("„verschwunden.txt“ konnte nicht gelesen werden."));
-        EXPECT_NE(failureOf([&] {
+        EXPECT_NE(errorOf([&] {
                       ArchiveConverter::compress({a}, kind, OutputContext{folder.path("nie"), 1});
                   }),
                   "(no error)");
@@ -254,12 +246,11 @@ TEST(ArchiveConverter, RepackTurnsEachKindIntoTheOtherAndCleansUp) {
     // A ZIP of nothing but Mac metadata is empty, for extraction and repacking alike.
     output("/usr/bin/zip", {"-q", "-r", folder.path("Mac.zip"), "__MACOSX"}, source);
     output("/usr/bin/tar", {"-czf", folder.path("Mac.tar.gz"), "-C", source, "__MACOSX"});
-    EXPECT_EQ(failureOf([&] { ArchiveConverter::repack(folder.path("Mac.zip"), Kind::tgz, {}); }),
+    EXPECT_EQ(errorOf([&] { ArchiveConverter::repack(folder.path("Mac.zip"), Kind::tgz, {}); }),
               QString::fromUtf8("Das Archiv ist leer."));
-    EXPECT_EQ(
-        failureOf([&] { ArchiveConverter::repack(folder.path("Mac.tar.gz"), Kind::zip, {}); }),
-        QString::fromUtf8("Das Archiv ist leer."));
-    EXPECT_EQ(failureOf([&] { ArchiveConverter::extract(folder.path("Mac.zip"), {}); }),
+    EXPECT_EQ(errorOf([&] { ArchiveConverter::repack(folder.path("Mac.tar.gz"), Kind::zip, {}); }),
+              QString::fromUtf8("Das Archiv ist leer."));
+    EXPECT_EQ(errorOf([&] { ArchiveConverter::extract(folder.path("Mac.zip"), {}); }),
               QString::fromUtf8("Das Archiv ist leer."));
     EXPECT_FALSE(QFileInfo::exists(folder.path("Mac")));
     EXPECT_FALSE(QFileInfo::exists(folder.path("Mac.zip.tar.gz")));
@@ -357,10 +348,10 @@ zipped('Absolut.zip', (')" +
     }
     // Nothing ever lands outside, and there is no link to /etc/passwd to write through later.
     EXPECT_EQ(tree(outside), QStringList());
-    EXPECT_EQ(failureOf([&] { ArchiveConverter::extract(work + "/Passwort.tar.gz", {}); }),
+    EXPECT_EQ(errorOf([&] { ArchiveConverter::extract(work + "/Passwort.tar.gz", {}); }),
               QString::fromUtf8("„Passwort.tar.gz“ wurde nicht entpackt: Der Verweis „passwd“ "
                                 "zeigt aus dem Archiv hinaus."));
-    EXPECT_EQ(failureOf([&] { ArchiveConverter::extract(work + "/Schleife.zip", {}); }),
+    EXPECT_EQ(errorOf([&] { ArchiveConverter::extract(work + "/Schleife.zip", {}); }),
               QString::fromUtf8("„Schleife.zip“ wurde nicht entpackt: Der Verweis „weg“ zeigt "
                                 "aus dem Archiv hinaus."));
     // The tools strip leading slashes and "../" or refuse such entries; a refused archive leaves

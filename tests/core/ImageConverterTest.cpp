@@ -20,15 +20,6 @@ using vips::VImage;
 
 namespace {
 
-QString errorOf(const std::function<void()>& work) {
-    try {
-        work();
-    } catch (const ConversionError& error) {
-        return error.errorDescription();
-    }
-    return QStringLiteral("(no error)");
-}
-
 // A photo taken with the camera turned: stored 64×32 with red on the left, so upright it is
 // 32×64 with red on top. It carries GPS, IPTC and XMP.
 QString turnedPhoto(const TestFolder& dir, const QString& name = QStringLiteral("photo.jpg")) {

@@ -19,15 +19,6 @@ using Groups = QList<PageRanges::Group>;
 
 namespace {
 
-QString errorOf(const std::function<void()>& work) {
-    try {
-        work();
-    } catch (const ConversionError& error) {
-        return error.errorDescription();
-    }
-    return QStringLiteral("(no error)");
-}
-
 QStringList entries(const QString& folder) {
     return QDir(folder).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden,
                                   QDir::Name);

@@ -11,18 +11,10 @@
 #include <gtest/gtest.h>
 
 using namespace tramix;
+using test::errorOf;
 namespace Sheet = tramix::SpreadsheetConverter;
 
 namespace {
-
-QString failureOf(const std::function<void()>& work) {
-    try {
-        work();
-    } catch (const ConversionError& error) {
-        return error.errorDescription();
-    }
-    return QStringLiteral("(no error)");
-}
 
 QByteArray contents(const QString& path) {
     QFile file(path);
@@ -164,14 +156,13 @@ TEST(SpreadsheetConverter, ConvertReadsLatin1AndBomAndNeverLeavesAnEmptyOrDouble
 
     const QString empty = folder.file("Leer.csv", "\n\n");
     for (const Sheet::Format& format : Sheet::formats()) {
-        EXPECT_EQ(failureOf([&] { Sheet::convert(empty, format.ext, {}); }),
-                  "Die Tabelle ist leer.");
+        EXPECT_EQ(errorOf([&] { Sheet::convert(empty, format.ext, {}); }), "Die Tabelle ist leer.");
     }
-    EXPECT_EQ(failureOf([&] { Sheet::convert(folder.path("Fehlt.csv"), "json", {}); }),
+    EXPECT_EQ(errorOf([&] { Sheet::convert(folder.path("Fehlt.csv"), "json", {}); }),
               "„Fehlt.csv“ konnte nicht gelesen werden.");
-    EXPECT_EQ(failureOf([&] { Sheet::convert(folder.path("Fehlt.xlsx"), "csv", {}); }),
+    EXPECT_EQ(errorOf([&] { Sheet::convert(folder.path("Fehlt.xlsx"), "csv", {}); }),
               "„Fehlt.xlsx“ konnte nicht gelesen werden.");
-    EXPECT_EQ(failureOf([&] { Sheet::convert(latin, "ods", {}); }),
+    EXPECT_EQ(errorOf([&] { Sheet::convert(latin, "ods", {}); }),
               "Nicht unterstützt: Tabellen als ODS");
     EXPECT_EQ(entries(folder.path(".")), QStringList({"Bom.csv", "Kunden 2.tsv", "Kunden.csv",
                                                       "Kunden.tsv", "Leer.csv", "out"}));

@@ -12,17 +12,9 @@
 #include <gtest/gtest.h>
 
 using namespace tramix;
+using test::errorOf;
 
 namespace {
-
-QString failureOf(const std::function<void()>& work) {
-    try {
-        work();
-    } catch (const ConversionError& error) {
-        return error.errorDescription();
-    }
-    return QStringLiteral("(no error)");
-}
 
 // A workbook zipped from the given parts, as another program might write it.
 QString handMadeWorkbook(const test::TestFolder& folder, const QString& name,
@@ -147,7 +139,7 @@ TEST(XLSX, WrittenWorkbooksReadBackToTheSameGrid) {
     EXPECT_TRUE(unzipped(workbook, "xl/workbook.xml").contains("<sheet name=\"Tabelle1\""));
 
     // The destination is never replaced.
-    EXPECT_NE(failureOf([&] { XLSX::write({{"x"}}, workbook); }), "(no error)");
+    EXPECT_NE(errorOf([&] { XLSX::write({{"x"}}, workbook); }), "(no error)");
     EXPECT_EQ(XLSX::read(workbook), expected);
 }
 
@@ -201,7 +193,7 @@ TEST(XLSX, ReadsSharedStringsTypesGapsAndCountsOnWithoutReferences) {
     const QString bare =
         handMadeWorkbook(folder, "Leer.xlsx", {{"xl/workbook.xml", "<workbook/>"}});
     EXPECT_TRUE(XLSX::read(bare).isEmpty());
-    EXPECT_EQ(failureOf([&] { SpreadsheetConverter::convert(bare, "csv", {}); }),
+    EXPECT_EQ(errorOf([&] { SpreadsheetConverter::convert(bare, "csv", {}); }),
               "Die Tabelle ist leer.");
 }
 
@@ -220,7 +212,7 @@ TEST(XLSX, DamagedWorkbooksSaySoAndLeaveNothingBehind) {
     const QString noWorkbook = handMadeWorkbook(folder, "Fremd.xlsx", {{"notes.txt", "hello"}});
 
     for (const QString& workbook : {notZip, truncated, brokenXML, noWorkbook}) {
-        EXPECT_EQ(failureOf([&] { SpreadsheetConverter::convert(workbook, "csv", {}); }),
+        EXPECT_EQ(errorOf([&] { SpreadsheetConverter::convert(workbook, "csv", {}); }),
                   "Die Excel-Datei ist beschädigt.")
             << workbook.toStdString();
     }
