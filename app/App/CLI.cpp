@@ -2,6 +2,8 @@
 
 #include "Actions/FileActions.h"
 #include "ConversionError.h"
+#include "Drag/WheelModel.h"
+#include "Drag/WheelView.h"
 #include "DurationText.h"
 #include "JobRunner.h"
 #include "OperationRegistry.h"
@@ -9,6 +11,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
+#include <QSaveFile>
 #include <algorithm>
 #include <functional>
 
@@ -78,15 +81,56 @@ Command renderWithPath(const QString& what) {
     };
 }
 
+bool wantsDark(const QStringList& args) {
+    return args.contains(QStringLiteral("dark"));
+}
+
+// The operations a wheel of `mode` offers for `paths`, as the running app would show them.
+QList<FileOperation> wheelOperations(WheelMode mode, const QStringList& paths) {
+    switch (mode) {
+    case WheelMode::convert:
+        return OperationRegistry::convertOperations(paths);
+    case WheelMode::tools:
+        return OperationRegistry::toolOperations(paths);
+    case WheelMode::actions:
+        return FileActions::operations();
+    }
+    return {};
+}
+
+void writeWheel(WheelMode mode, const QStringList& paths, const QString& output, bool dark) {
+    static const QHash<int, ModifierKey> keys = {{WheelMode::convert, ModifierKey::shift},
+                                                 {WheelMode::tools, ModifierKey::command},
+                                                 {WheelMode::actions, ModifierKey::control}};
+    WheelModel model;
+    model.setMode(mode);
+    model.setKey(keys.value(mode, ModifierKey::shift));
+    model.setOperations(wheelOperations(mode, paths));
+    model.setFileLabel(WheelModel::labelForFiles(paths));
+    model.setVisible(true);
+    const QImage image = WheelView::render(model, dark);
+    if (image.isNull())
+        fail(QStringLiteral("Rendern fehlgeschlagen."));
+    QSaveFile file(output);
+    if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG") || !file.commit())
+        fail(QStringLiteral("„%1“ konnte nicht geschrieben werden.").arg(output));
+}
+
 void renderWheel(const QStringList& args, QTextStream&) {
     // The mode word is optional, so the path is the first argument that is not one.
     QStringList rest = args.mid(1);
-    QString mode = QStringLiteral("convert");
-    if (!rest.isEmpty() && (rest[0] == u"convert" || rest[0] == u"tools" || rest[0] == u"actions"))
-        mode = rest.takeFirst();
+    WheelMode mode = WheelMode::convert;
+    if (!rest.isEmpty()) {
+        if (const auto word = WheelMode::fromRawValue(rest[0])) {
+            mode = *word;
+            rest.removeFirst();
+        }
+    }
     if (rest.isEmpty() || rest[0].isEmpty())
         fail(QStringLiteral("Ausgabepfad fehlt."));
-    cannotDrawYet(QStringLiteral("Rad (%1)").arg(mode));
+    const QString sample =
+        mode == WheelMode::convert ? QStringLiteral("IMG_0412.heic") : QStringLiteral("photo.jpg");
+    writeWheel(mode, filePaths({sample}), rest[0], wantsDark(rest.mid(1)));
 }
 
 void renderEditor(const QStringList& args, QTextStream&) {
@@ -94,9 +138,15 @@ void renderEditor(const QStringList& args, QTextStream&) {
         fail(QStringLiteral("--render-editor <art> out.png dateien… [dark]"));
     static const QStringList arts = {"crop",          "backdrop",    "pdf-split",    "pdf-merge",
                                      "convert-wheel", "tools-wheel", "actions-wheel"};
-    if (!arts.contains(args[1]))
-        fail(QStringLiteral("Unbekannter Editor %1").arg(args[1]));
-    cannotDrawYet(QStringLiteral("Editor %1").arg(args[1]));
+    const QString& art = args[1];
+    if (!arts.contains(art))
+        fail(QStringLiteral("Unbekannter Editor %1").arg(art));
+    if (!art.endsWith(u"-wheel"))
+        cannotDrawYet(QStringLiteral("Editor %1").arg(art));
+    QStringList files = args.mid(3);
+    const bool dark = files.removeAll(QStringLiteral("dark")) > 0;
+    const WheelMode mode = *WheelMode::fromRawValue(QStringView(art).chopped(6));
+    writeWheel(mode, filePaths(files), args[2], dark);
 }
 
 const QHash<QString, Command>& commands() {
