@@ -1,17 +1,24 @@
 #include "CLI.h"
 
 #include "Actions/FileActions.h"
+#include "App/AppSettings.h"
+#include "App/History.h"
+#include "App/UILanguage.h"
 #include "ConversionError.h"
+#include "Design/AppIcon.h"
+#include "Design/TrayIcon.h"
 #include "Drag/WheelModel.h"
 #include "Drag/WheelView.h"
 #include "DurationText.h"
 #include "JobRunner.h"
 #include "OperationRegistry.h"
+#include "UI/MenuView.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
 #include <QSaveFile>
+#include <QTemporaryDir>
 #include <algorithm>
 #include <functional>
 
@@ -81,6 +88,55 @@ Command renderWithPath(const QString& what) {
     };
 }
 
+void writeImage(const QImage& image, const QString& output) {
+    if (image.isNull())
+        fail(QStringLiteral("Rendern fehlgeschlagen."));
+    QSaveFile file(output);
+    if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG") || !file.commit())
+        fail(QStringLiteral("„%1“ konnte nicht geschrieben werden.").arg(output));
+}
+
+const QString& outputPath(const QStringList& args) {
+    if (args.size() < 2 || args[1].isEmpty())
+        fail(QStringLiteral("Ausgabepfad fehlt."));
+    return args[1];
+}
+
+// The scheme of a screen rendering is its last argument: "dark", or light for anything else.
+bool schemeIsDark(const QStringList& args) {
+    return args.size() > 2 && args.last() == u"dark";
+}
+
+void renderIcon(const QStringList& args, QTextStream&) {
+    writeImage(appIconImage(1024), outputPath(args));
+}
+
+void renderMenubarIcon(const QStringList& args, QTextStream&) {
+    writeImage(trayIconImage(44), outputPath(args));
+}
+
+// The menu as a user sees it after a while of use, in the interface language; nothing of the
+// user's own settings or history is read.
+MenuContent sampleMenu() {
+    const QTemporaryDir scratch;
+    const AppSettings settings(
+        scratch.filePath(QStringLiteral("settings.ini")),
+        LoginItem(scratch.filePath(QStringLiteral("tramix.desktop")), QStringLiteral("tramix")));
+    const History history(scratch.filePath(QStringLiteral("history.ini")));
+    MenuContent content = MenuContent::make(settings, history, UILanguage::german());
+    content.total = 1284;
+    content.recent = {{QStringLiteral("PNG"), {}, false},
+                      {QStringLiteral("Komprimieren"), {}, false},
+                      {QStringLiteral("PDF teilen"), {}, true},
+                      {QStringLiteral("JPG"), {}, false}};
+    return content;
+}
+
+void renderMenu(const QStringList& args, QTextStream&) {
+    const QString& output = outputPath(args);
+    writeImage(MenuView::render(sampleMenu(), schemeIsDark(args)), output);
+}
+
 bool wantsDark(const QStringList& args) {
     return args.contains(QStringLiteral("dark"));
 }
@@ -108,12 +164,7 @@ void writeWheel(WheelMode mode, const QStringList& paths, const QString& output,
     model.setOperations(wheelOperations(mode, paths));
     model.setFileLabel(WheelModel::labelForFiles(paths));
     model.setVisible(true);
-    const QImage image = WheelView::render(model, dark);
-    if (image.isNull())
-        fail(QStringLiteral("Rendern fehlgeschlagen."));
-    QSaveFile file(output);
-    if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG") || !file.commit())
-        fail(QStringLiteral("„%1“ konnte nicht geschrieben werden.").arg(output));
+    writeImage(WheelView::render(model, dark), output);
 }
 
 void renderWheel(const QStringList& args, QTextStream&) {
@@ -154,13 +205,13 @@ const QHash<QString, Command>& commands() {
         {"--list", list},
         {"--run", runOperation},
         {"--render-wheel", renderWheel},
-        {"--render-icon", renderWithPath(QStringLiteral("App-Symbol"))},
+        {"--render-icon", renderIcon},
         {"--render-editor", renderEditor},
         {"--render-scene", renderWithPath(QStringLiteral("Wiesen-Szene"))},
         {"--render-og", renderWithPath(QStringLiteral("Social-Card"))},
         {"--render-shelf", renderWithPath(QStringLiteral("Ablage"))},
-        {"--render-menubar-icon", renderWithPath(QStringLiteral("Menüleisten-Symbol"))},
-        {"--render-menu", renderWithPath(QStringLiteral("Menü"))},
+        {"--render-menubar-icon", renderMenubarIcon},
+        {"--render-menu", renderMenu},
         {"--render-dmg-background", renderWithPath(QStringLiteral("DMG-Hintergrund"))},
         {"--render-welcome", renderWithPath(QStringLiteral("Willkommensfenster"))},
         {"--render-settings", renderWithPath(QStringLiteral("Einstellungen"))},

@@ -4,6 +4,7 @@
 
 #include <QElapsedTimer>
 #include <QProcess>
+#include <QRect>
 #include <QRegularExpression>
 #include <QThread>
 #include <gtest/gtest.h>
@@ -51,6 +52,35 @@ bool xdotool(const QStringList& args) {
 
 const QRegularExpression docked(QStringLiteral("^docked (\\d+) (\\d+)$"));
 
+// The geometry of the app's visible menu panel, or an empty rect when none is open.
+QRect visibleMenu() {
+    QProcess search;
+    search.start(QStringLiteral("xdotool"), {"search", "--onlyvisible", "--name", "^Tramix$",
+                                             "getwindowgeometry", "--shell", "%@"});
+    search.waitForFinished(5000);
+    const QString out = QString::fromUtf8(search.readAllStandardOutput());
+    const auto value = [&](const char* name) {
+        return QRegularExpression(QStringLiteral("^%1=(\\d+)$").arg(name),
+                                  QRegularExpression::MultilineOption)
+            .match(out)
+            .captured(1)
+            .toInt();
+    };
+    return QRect(value("X"), value("Y"), value("WIDTH"), value("HEIGHT"));
+}
+
+// Waits until the panel is open (or closed), and returns where it is.
+QRect waitForMenu(bool open) {
+    QElapsedTimer timer;
+    timer.start();
+    QRect menu;
+    do {
+        QThread::msleep(100);
+        menu = visibleMenu();
+    } while (menu.isEmpty() == open && timer.elapsed() < 5000);
+    return menu;
+}
+
 } // namespace
 
 TEST(TrayApp, StartsWithoutCommandDocksItsIconAndQuitsFromItsMenu) {
@@ -77,4 +107,49 @@ TEST(TrayApp, StartsWithoutCommandDocksItsIconAndQuitsFromItsMenu) {
     EXPECT_EQ(app->exitCode(), 0) << app->readAllStandardError().toStdString();
     EXPECT_EQ(app->readAllStandardOutput(), QByteArray());
     EXPECT_EQ(log.messages(), QStringList{"Tramix gestartet"});
+}
+
+TEST(TrayApp, ClickingTheIconOpensTheMenuUnderItAndClickingElsewhereOrEscapeClosesIt) {
+    if (qEnvironmentVariableIsEmpty("DISPLAY"))
+        GTEST_SKIP() << "needs an X display (scripts/test starts Xvfb)";
+    tramix::test::TestFolder folder;
+    tramix::test::ScratchLog log(folder.path("state"));
+    Process host(QStringLiteral(TRAY_HOST_BINARY), {});
+    ASSERT_TRUE(host.waitForLine(QRegularExpression("^ready$")).hasMatch());
+    Process app(QStringLiteral(TRAMIX_BINARY), {});
+    const QRegularExpressionMatch icon = host.waitForLine(docked);
+    ASSERT_TRUE(icon.hasMatch()) << "the tray icon never docked";
+    const QPoint iconCentre(icon.captured(1).toInt(), icon.captured(2).toInt());
+    const auto clickAt = [](QPoint point) {
+        return xdotool(
+            {"mousemove", QString::number(point.x()), QString::number(point.y()), "click", "1"});
+    };
+
+    ASSERT_TRUE(clickAt(iconCentre));
+    QRect menu = waitForMenu(true);
+    ASSERT_FALSE(menu.isEmpty()) << "a click on the icon opened no menu";
+    EXPECT_GT(menu.top(), iconCentre.y()) << "the menu hangs below the icon";
+    EXPECT_LE(menu.top() - iconCentre.y(), 40);
+    EXPECT_GE(menu.left(), 6);
+    EXPECT_GT(menu.height(), 400);
+
+    ASSERT_TRUE(clickAt(QPoint(1500, 700)));
+    EXPECT_TRUE(waitForMenu(false).isEmpty()) << "a click elsewhere left the menu open";
+
+    ASSERT_TRUE(clickAt(iconCentre));
+    ASSERT_FALSE(waitForMenu(true).isEmpty());
+    ASSERT_TRUE(xdotool({"key", "Escape"}));
+    EXPECT_TRUE(waitForMenu(false).isEmpty()) << "Escape left the menu open";
+    // The X server ends the closed popup's pointer grab a moment later; a click that comes
+    // faster than any hand would still belong to it.
+    QThread::msleep(500);
+
+    // "Beenden" sits at the right end of the menu's last line.
+    ASSERT_TRUE(clickAt(iconCentre));
+    menu = waitForMenu(true);
+    ASSERT_FALSE(menu.isEmpty());
+    ASSERT_TRUE(clickAt(QPoint(menu.right() - 25, menu.bottom() - 20)));
+    ASSERT_TRUE(app->waitForFinished(10000)) << "Beenden did not end the app";
+    EXPECT_EQ(app->exitCode(), 0);
+    EXPECT_EQ(log.messages().value(0), "Tramix gestartet");
 }
