@@ -1,5 +1,6 @@
 #include "ToastController.h"
 
+#include "App/DebugLog.h"
 #include "UI/FileReveal.h"
 #include "UI/FloatingPanel.h"
 #include "UI/ToastView.h"
@@ -16,6 +17,8 @@ ToastController::ToastController(QObject* parent)
     , onOpen(FileReveal::reveal) {
     hideWork_.setSingleShot(true);
     connect(&hideWork_, &QTimer::timeout, this, &ToastController::hide);
+    fade_.setPropertyName("windowOpacity");
+    fade_.setDuration(orderOutMs - 20);
     orderOut_.setSingleShot(true);
     orderOut_.setInterval(orderOutMs);
     connect(&orderOut_, &QTimer::timeout, this, [this] {
@@ -55,7 +58,10 @@ void ToastController::show(const ToastModel::State& state, QPoint near) {
     const std::optional<QRect> available =
         screen ? std::optional(screen->availableGeometry()) : std::nullopt;
     panel_->orderFront(origin(near, size, available));
+    fade_.stop();
+    panel_->setWindowOpacity(1.0);
     model_.setVisible(true);
+    DebugLog::write(QStringLiteral("Toast: %1 · %2").arg(state.title(), state.subtitle()));
 
     if (const auto delay = hideDelayMs(state.kind))
         hideWork_.start(*delay);
@@ -64,6 +70,12 @@ void ToastController::show(const ToastModel::State& state, QPoint near) {
 void ToastController::hide() {
     hideWork_.stop();
     model_.setVisible(false);
+    if (panel_ && panel_->translucent()) {
+        fade_.setTargetObject(panel_.get());
+        fade_.setStartValue(panel_->windowOpacity());
+        fade_.setEndValue(0.0);
+        fade_.start();
+    }
     orderOut_.start();
 }
 

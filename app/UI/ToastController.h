@@ -6,6 +6,7 @@
 
 #include <QObject>
 #include <QPoint>
+#include <QPropertyAnimation>
 #include <QRect>
 #include <QTimer>
 #include <functional>
@@ -58,6 +59,7 @@ private:
     ToastView* view_ = nullptr;
     QTimer hideWork_;
     QTimer orderOut_;
+    QPropertyAnimation fade_; // only where a compositor blends the panel
 };
 
 } // namespace tramix
