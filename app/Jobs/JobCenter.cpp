@@ -6,9 +6,11 @@
 #include "DurationText.h"
 #include "JobRunner.h"
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QFutureWatcher>
+#include <QPointer>
 #include <QtConcurrent/QtConcurrentRun>
 
 namespace tramix {
@@ -60,18 +62,21 @@ void JobCenter::run(const FileOperation& operation, const QStringList& paths, QP
         lastJob_ = job;
     }
 
-    // The watcher lives with the job; when the centre goes first, late reports go nowhere.
+    // The watcher is the centre's child: when the centre goes first, the result goes nowhere.
     auto* watcher = new QFutureWatcher<JobResult>(this);
     QElapsedTimer clock;
     clock.start();
     JobRunner::Progress progress;
     if (!instant) {
-        progress = [this, watcher, job, clock](qsizetype done, qsizetype total) {
+        // Reports go through the application object, which outlives every job (it waits for
+        // them when it ends); the centre itself may be gone by the time one arrives.
+        progress = [centre = QPointer<JobCenter>(this), job, clock](qsizetype done,
+                                                                    qsizetype total) {
             if (total < 2 || clock.elapsed() < progressAfterMs)
                 return;
-            QMetaObject::invokeMethod(watcher, [this, job, done, total] {
-                if (lastJob_ == job)
-                    toast_.model().setProgress(done, total);
+            QMetaObject::invokeMethod(QCoreApplication::instance(), [centre, job, done, total] {
+                if (centre && centre->lastJob_ == job)
+                    centre->toast_.model().setProgress(done, total);
             });
         };
     }
@@ -116,6 +121,9 @@ void JobCenter::report(const FileOperation& operation, qsizetype inputs, const J
             playSound();
     }
     history_.add(entry);
+    DebugLog::write(
+        QStringLiteral("Verlauf: %1%2")
+            .arg(entry.title, entry.failed ? QStringLiteral(" (fehlgeschlagen)") : QString()));
 }
 
 void JobCenter::finished(const QString& title, const QStringList& outputs, QPoint near) {
