@@ -23,9 +23,12 @@ void openFolder(const QString& path) {
 } // namespace
 
 void reveal(const QStringList& paths) {
+    reveal(paths, QDBusConnection::sessionBus());
+}
+
+void reveal(const QStringList& paths, QDBusConnection bus) {
     if (paths.isEmpty())
         return;
-    QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
         openFolder(paths.first());
         return;

@@ -14,7 +14,7 @@ namespace tramix {
 
 ToastController::ToastController(QObject* parent)
     : QObject(parent)
-    , onOpen(FileReveal::reveal) {
+    , onOpen([](const QStringList& paths) { FileReveal::reveal(paths); }) {
     hideWork_.setSingleShot(true);
     connect(&hideWork_, &QTimer::timeout, this, &ToastController::hide);
     fade_.setPropertyName("windowOpacity");
