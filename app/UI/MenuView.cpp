@@ -20,7 +20,7 @@ namespace {
 constexpr qreal pad = 14;
 constexpr qreal inner = MenuView::width - 2 * pad;
 constexpr qreal headerHeight = 36;
-constexpr qreal modeRowHeight = 36;
+constexpr qreal modeRowHeight = 44;
 constexpr qreal figureHeight = 54;
 constexpr qreal recentRowHeight = 26;
 constexpr qreal dropHeight = 58;
@@ -163,22 +163,22 @@ void drawModes(QPainter& painter, const Geometry& g, const MenuContent& content,
                           modeRowHeight);
         if (i > 0) {
             painter.setPen(QPen(theme.cardEdge, 1));
-            painter.drawLine(QPointF(line.left() + 44, line.top() + 0.5),
+            painter.drawLine(QPointF(line.left() + 48, line.top() + 0.5),
                              QPointF(line.right() - 10, line.top() + 0.5));
         }
-        const QRectF cap(line.left() + 8, line.top() + 6, 26, 24);
+        const QRectF cap(line.left() + 9, line.center().y() - 13, 28, 26);
         painter.setPen(QPen(theme.cardEdge, 1));
         painter.setBrush(theme.card);
         painter.drawRoundedRect(cap, 6, 6);
         drawText(painter, cap, row.keySymbol, keyFont(),
                  row.key ? theme.accent : theme.secondaryText, Qt::AlignCenter);
-        const QRectF title(cap.right() + 10, line.top(), 90, line.height());
-        drawText(painter, title, row.title, rowTitleFont(), theme.text,
-                 Qt::AlignLeft | Qt::AlignVCenter);
-        const QRectF examples(title.right(), line.top(), line.right() - 10 - title.right(),
-                              line.height());
-        drawText(painter, examples, row.examples, rowDetailFont(), theme.secondaryText,
-                 Qt::AlignRight | Qt::AlignVCenter);
+        // Title above its examples, so long words in either language never meet.
+        const QRectF text(cap.right() + 11, line.top() + 5, line.right() - 10 - cap.right() - 11,
+                          line.height() - 10);
+        drawText(painter, text.adjusted(0, 0, 0, -text.height() / 2), row.title, rowTitleFont(),
+                 theme.text, Qt::AlignLeft | Qt::AlignBottom);
+        drawText(painter, text.adjusted(0, text.height() / 2 + 1, 0, 0), row.examples,
+                 rowDetailFont(), theme.secondaryText, Qt::AlignLeft | Qt::AlignTop);
     }
 }
 
