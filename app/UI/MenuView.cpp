@@ -117,8 +117,11 @@ struct Geometry {
 
         footer = QRectF(0, y, MenuView::width, footerHeight + 12);
         y += 6;
-        guide = QRectF(pad - 6, y, 110, footerHeight);
-        quit = QRectF(pad + inner + 6 - 110, y, 110, footerHeight);
+        const QFontMetricsF button(buttonFont());
+        const qreal guideWidth = button.horizontalAdvance(content.guideLabel) + 12;
+        const qreal quitWidth = button.horizontalAdvance(content.quitLabel) + 12;
+        guide = QRectF(pad - 6, y, guideWidth, footerHeight);
+        quit = QRectF(pad + inner + 6 - quitWidth, y, quitWidth, footerHeight);
         y += footerHeight + 6;
         height = y;
     }
