@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <cstdio>
 
 namespace {
@@ -22,6 +23,13 @@ int main(int argc, char** argv) {
     QCoreApplication::setOrganizationName(QStringLiteral("Tramix"));
     QCoreApplication::setApplicationName(QStringLiteral("Tramix"));
 
+    if (tramix::CLI::isCommandLine(arguments) && arguments[1].startsWith(u"--render-")) {
+        // Drawings need fonts and a paint engine, but never a screen.
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        QGuiApplication app(argc, argv);
+        QTextStream out(stdout);
+        return tramix::CLI::run(arguments.mid(1), out);
+    }
     if (tramix::CLI::isCommandLine(arguments)) {
         // No windowing system is needed to list or run operations.
         QCoreApplication app(argc, argv);

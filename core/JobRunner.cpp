@@ -45,9 +45,10 @@ void runCombined(const FileOperation& operation, const QStringList& inputs,
 }
 
 void runPerFile(const FileOperation& operation, const QStringList& inputs,
-                const OutputContext& context, JobResult& result) {
+                const OutputContext& context, const Progress& progress, JobResult& result) {
     std::atomic<qsizetype> next = 0;
     std::mutex resultLock;
+    qsizetype done = 0; // under resultLock
     auto worker = [&] {
         for (qsizetype i = next++; i < inputs.size(); i = next++) {
             CallOutcome outcome = call(operation, {inputs[i]}, context);
@@ -56,6 +57,9 @@ void runPerFile(const FileOperation& operation, const QStringList& inputs,
                 result.failures.append({inputs[i], *outcome.error});
             else
                 result.outputs.append(outcome.outputs);
+            ++done;
+            if (progress)
+                progress(done, inputs.size());
         }
     };
     const qsizetype count = std::min<qsizetype>(width(), inputs.size());
@@ -76,11 +80,11 @@ int width() {
 }
 
 JobResult run(const FileOperation& operation, const QStringList& inputs,
-              const OutputContext& context) {
+              const OutputContext& context, const Progress& progress) {
     const auto start = std::chrono::steady_clock::now();
     JobResult result;
     if (operation.style == OperationStyle::perFile)
-        runPerFile(operation, inputs, context, result);
+        runPerFile(operation, inputs, context, progress, result);
     else
         runCombined(operation, inputs, context, result);
     result.duration =

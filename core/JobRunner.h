@@ -5,15 +5,21 @@
 #include "JobResult.h"
 #include "OutputContext.h"
 
+#include <functional>
+
 namespace tramix::JobRunner {
 
 // How many per-file calls run at once on a machine with `cores` cores: between 2 and 8.
 int width(int cores);
 int width();
 
+// Told after each input of a per-file job has ended, with how many have ended of how many the job
+// has. Called on a worker thread, one call at a time, with `done` rising by one each time.
+using Progress = std::function<void(qsizetype done, qsizetype total)>;
+
 // Blocks until every call has ended; never throws. Each failure becomes one entry per input
-// concerned, and the others go on.
+// concerned, and the others go on. A combined job is one call and reports no progress.
 JobResult run(const FileOperation& operation, const QStringList& inputs,
-              const OutputContext& context);
+              const OutputContext& context, const Progress& progress = {});
 
 } // namespace tramix::JobRunner

@@ -1,8 +1,19 @@
-#include <QCoreApplication>
+#include <QApplication>
 #include <gtest/gtest.h>
+#include <vector>
 
 int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
+    // Widgets (toasts, the menu) are tested off screen, the same on every machine; the tray
+    // app's tests start the real program on the X display instead. The platform is chosen by
+    // argument, so the programs the tests start do not inherit it.
+    std::vector<char*> arguments(argv, argv + argc);
+    char platformFlag[] = "-platform";
+    char platform[] = "offscreen";
+    arguments.push_back(platformFlag);
+    arguments.push_back(platform);
+    int count = int(arguments.size());
+    arguments.push_back(nullptr);
+    QApplication app(count, arguments.data());
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

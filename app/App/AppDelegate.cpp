@@ -1,35 +1,166 @@
 #include "AppDelegate.h"
 
+#include "Actions/FileActions.h"
 #include "App/AppSettings.h"
 #include "App/DebugLog.h"
 #include "Converters/VisionTools.h"
+#include "App/History.h"
+#include "App/UILanguage.h"
+#include "ConversionError.h"
 #include "Design/AppIcon.h"
+#include "Design/TrayIcon.h"
+#include "OperationRegistry.h"
+#include "UI/FileReveal.h"
+#include "UI/MenuView.h"
+#include "UI/StatusMenuPanel.h"
 
 #include <QApplication>
 #include <QClipboard>
+#include <QCursor>
+#include <QGuiApplication>
+#include <QPointer>
+#include <QScreen>
 
 namespace tramix {
 
+namespace {
+
+QList<FileOperation> operationsFor(WheelMode mode, const QStringList& paths) {
+    switch (mode) {
+    case WheelMode::convert:
+        return OperationRegistry::convertOperations(paths);
+    case WheelMode::tools:
+        return OperationRegistry::toolOperations(paths);
+    case WheelMode::actions:
+        return FileActions::operations();
+    }
+    return {};
+}
+
+} // namespace
+
 AppDelegate::AppDelegate(QObject* parent)
-    : QObject(parent) {}
+    : AppDelegate(AppSettings::shared(), History::shared(), parent) {}
+
+AppDelegate::AppDelegate(AppSettings& settings, History& history, QObject* parent)
+    : QObject(parent)
+    , settings_(settings)
+    , history_(history)
+    , monitor_(Desktop::createInput())
+    , jobs_(settings, history) {}
+
+AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::start() {
-    AppSettings::shared().appearance().apply();
+    settings_.appearance().apply();
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(appIcon());
+    setUpStatusItem();
 
     // Recognised text is meant to be pasted right away.
     VisionTools::setClipboardHook(
         [](const QString& text) { QApplication::clipboard()->setText(text); });
 
-    menu_.addAction(QStringLiteral("Beenden"), qApp, &QCoreApplication::quit);
-    tray_.setIcon(appIcon());
-    tray_.setToolTip(QStringLiteral("Tramix"));
-    tray_.setContextMenu(&menu_);
-    if (!QSystemTrayIcon::isSystemTrayAvailable())
-        qWarning("Tramix: Kein Infobereich gefunden; das Symbol erscheint, sobald es einen gibt.");
-    tray_.show();
+    QPointer<AppDelegate> self(this);
+    monitor_.log = DebugLog::write;
+    wheel_.log = DebugLog::write;
+    monitor_.onPress = [self](ModifierKey key, const QStringList& paths) {
+        if (self)
+            self->pressed(key, paths);
+    };
+    monitor_.onRelease = [self](ModifierKey key) {
+        if (self)
+            self->released(key);
+    };
+    monitor_.treatHeldKeyAsPress = [self] {
+        return self && self->settings_.activation() == WheelActivation::hold;
+    };
+    monitor_.onDragEnded = [self] {
+        if (self)
+            self->wheel_.hide(0.25);
+    };
+    wheel_.onDrop = [self](const FileOperation& operation, const QStringList& paths, QPoint at) {
+        if (self)
+            self->jobs_.run(operation, paths, at);
+    };
+
+    if (!monitor_.start())
+        menu_->view().setNotice(UILanguage::text(
+            QStringLiteral("Dateien beim Ziehen zu erkennen braucht eine X11-Sitzung. Hier "
+                           "bleibt das Rad zu; die Befehlszeile geht weiter."),
+            QStringLiteral("Seeing files while they are dragged needs an X11 session. The wheel "
+                           "stays closed here; the command line still works.")));
     DebugLog::write(QStringLiteral("Tramix gestartet"));
+}
+
+void AppDelegate::setUpStatusItem() {
+    auto* view = new MenuView(settings_, history_);
+    menu_ = std::make_unique<StatusMenuPanel>(view);
+    view->quit = [] { QCoreApplication::quit(); };
+    view->openRecent = [this](const QStringList& outputs) {
+        menu_->close();
+        FileReveal::reveal(outputs);
+    };
+    view->openShelf = [this] {
+        const QPoint at = menu_->geometry().center();
+        menu_->close();
+        jobs_.toast().show(ToastModel::State::makeFailed(describeError(
+                               ConversionError::unsupported(QStringLiteral("Schwebende Ablage")))),
+                           at);
+    };
+    // The press on the icon that closed the open menu must not open it again on release.
+    menu_->onOutsidePress = [this](QPoint at) {
+        if (tray_.geometry().contains(at))
+            closedOnIcon_.start();
+    };
+
+    trayMenu_.addAction(UILanguage::text(QStringLiteral("Beenden"), QStringLiteral("Quit")), qApp,
+                        &QCoreApplication::quit);
+    tray_.setIcon(trayIcon());
+    tray_.setToolTip(QStringLiteral("Tramix"));
+    tray_.setContextMenu(&trayMenu_);
+    connect(&tray_, &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                if (reason == QSystemTrayIcon::Trigger)
+                    toggleMenu();
+            });
+    if (!QSystemTrayIcon::isSystemTrayAvailable())
+        DebugLog::write(QStringLiteral("Kein Infobereich gefunden; Tramix läuft weiter und zeigt "
+                                       "sein Symbol, sobald es einen gibt"));
+    tray_.show();
+}
+
+void AppDelegate::pressed(ModifierKey key, const QStringList& paths) {
+    const std::optional<WheelMode> mode = settings_.mode(key);
+    if (!mode)
+        return;
+    wheel_.show(*mode, key, operationsFor(*mode, paths), paths,
+                settings_.activation() == WheelActivation::toggle);
+}
+
+void AppDelegate::released(ModifierKey key) {
+    if (settings_.activation() != WheelActivation::hold)
+        return;
+    if (wheel_.isUp() && wheel_.model().visible() && wheel_.model().key() == key)
+        wheel_.hide(0.15);
+}
+
+QRect AppDelegate::trayAnchor() const {
+    const QRect icon = tray_.geometry();
+    if (icon.isValid() && !icon.isEmpty())
+        return icon;
+    // Trays that keep the icon's place to themselves: the click was on it, so the pointer is.
+    return QRect(QCursor::pos(), QSize(1, 1));
+}
+
+void AppDelegate::toggleMenu() {
+    if (menu_->isOpen()) {
+        menu_->close();
+        return;
+    }
+    if (closedOnIcon_.isValid() && closedOnIcon_.elapsed() < 400)
+        return;
+    menu_->showFrom(trayAnchor());
 }
 
 } // namespace tramix

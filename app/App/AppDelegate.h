@@ -1,23 +1,59 @@
-// Owns the tray app's long-lived parts for the life of the process.
+// The tray app's root: owns the drag monitor, the wheel and the job centre for the life of the
+// process, wires them together and keeps the tray icon with its menu panel.
 #pragma once
 
+#include "App/ModifierKey.h"
+#include "Drag/DragMonitor.h"
+#include "Drag/WheelController.h"
+#include "Jobs/JobCenter.h"
+
+#include <QElapsedTimer>
 #include <QMenu>
 #include <QObject>
 #include <QSystemTrayIcon>
+#include <memory>
 
 namespace tramix {
+
+class AppSettings;
+class History;
+class StatusMenuPanel;
 
 class AppDelegate : public QObject {
     Q_OBJECT
 public:
     explicit AppDelegate(QObject* parent = nullptr);
+    AppDelegate(AppSettings& settings, History& history, QObject* parent = nullptr);
+    ~AppDelegate() override;
 
-    // Puts the icon in the tray; without a tray the app keeps running and says why.
+    // Starts up: appearance, tray icon and menu, the drag chain. Without a tray or without a
+    // way to watch drags the app keeps running and says why in the log.
     void start();
 
+    DragMonitor& monitor() { return monitor_; }
+    WheelController& wheel() { return wheel_; }
+    JobCenter& jobs() { return jobs_; }
+    StatusMenuPanel& menu() { return *menu_; }
+
+    // A modifier key went down during a file drag: opens the wheel bound to it, if any.
+    void pressed(ModifierKey key, const QStringList& paths);
+    // A modifier key came up: closes a held wheel opened by that key.
+    void released(ModifierKey key);
+    void toggleMenu();
+
 private:
-    QMenu menu_;
+    void setUpStatusItem();
+    QRect trayAnchor() const;
+
+    AppSettings& settings_;
+    History& history_;
+    DragMonitor monitor_;
+    WheelController wheel_;
+    JobCenter jobs_;
+    QMenu trayMenu_;
     QSystemTrayIcon tray_;
+    std::unique_ptr<StatusMenuPanel> menu_;
+    QElapsedTimer closedOnIcon_;
 };
 
 } // namespace tramix

@@ -1,14 +1,24 @@
 #include "CLI.h"
 
 #include "Actions/FileActions.h"
+#include "App/AppSettings.h"
+#include "App/History.h"
+#include "App/UILanguage.h"
 #include "ConversionError.h"
+#include "Design/AppIcon.h"
+#include "Design/TrayIcon.h"
+#include "Drag/WheelModel.h"
+#include "Drag/WheelView.h"
 #include "DurationText.h"
 #include "JobRunner.h"
 #include "OperationRegistry.h"
+#include "UI/MenuView.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
+#include <QSaveFile>
+#include <QTemporaryDir>
 #include <algorithm>
 #include <functional>
 
@@ -78,15 +88,100 @@ Command renderWithPath(const QString& what) {
     };
 }
 
+void writeImage(const QImage& image, const QString& output) {
+    if (image.isNull())
+        fail(QStringLiteral("Rendern fehlgeschlagen."));
+    QSaveFile file(output);
+    if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG") || !file.commit())
+        fail(QStringLiteral("„%1“ konnte nicht geschrieben werden.").arg(output));
+}
+
+const QString& outputPath(const QStringList& args) {
+    if (args.size() < 2 || args[1].isEmpty())
+        fail(QStringLiteral("Ausgabepfad fehlt."));
+    return args[1];
+}
+
+// The scheme of a screen rendering is its last argument: "dark", or light for anything else.
+bool schemeIsDark(const QStringList& args) {
+    return args.size() > 2 && args.last() == u"dark";
+}
+
+void renderIcon(const QStringList& args, QTextStream&) {
+    writeImage(appIconImage(1024), outputPath(args));
+}
+
+void renderMenubarIcon(const QStringList& args, QTextStream&) {
+    writeImage(trayIconImage(44), outputPath(args));
+}
+
+// The menu as a user sees it after a while of use, in the interface language; nothing of the
+// user's own settings or history is read.
+MenuContent sampleMenu() {
+    const QTemporaryDir scratch;
+    const AppSettings settings(
+        scratch.filePath(QStringLiteral("settings.ini")),
+        LoginItem(scratch.filePath(QStringLiteral("tramix.desktop")), QStringLiteral("tramix")));
+    const History history(scratch.filePath(QStringLiteral("history.ini")));
+    MenuContent content = MenuContent::make(settings, history, UILanguage::german());
+    content.total = 1284;
+    content.recent = {{QStringLiteral("PNG"), {}, false},
+                      {QStringLiteral("Komprimieren"), {}, false},
+                      {QStringLiteral("PDF teilen"), {}, true},
+                      {QStringLiteral("JPG"), {}, false}};
+    return content;
+}
+
+void renderMenu(const QStringList& args, QTextStream&) {
+    const QString& output = outputPath(args);
+    writeImage(MenuView::render(sampleMenu(), schemeIsDark(args)), output);
+}
+
+bool wantsDark(const QStringList& args) {
+    return args.contains(QStringLiteral("dark"));
+}
+
+// The operations a wheel of `mode` offers for `paths`, as the running app would show them.
+QList<FileOperation> wheelOperations(WheelMode mode, const QStringList& paths) {
+    switch (mode) {
+    case WheelMode::convert:
+        return OperationRegistry::convertOperations(paths);
+    case WheelMode::tools:
+        return OperationRegistry::toolOperations(paths);
+    case WheelMode::actions:
+        return FileActions::operations();
+    }
+    return {};
+}
+
+void writeWheel(WheelMode mode, const QStringList& paths, const QString& output, bool dark) {
+    static const QHash<int, ModifierKey> keys = {{WheelMode::convert, ModifierKey::shift},
+                                                 {WheelMode::tools, ModifierKey::command},
+                                                 {WheelMode::actions, ModifierKey::control}};
+    WheelModel model;
+    model.setMode(mode);
+    model.setKey(keys.value(mode, ModifierKey::shift));
+    model.setOperations(wheelOperations(mode, paths));
+    model.setFileLabel(WheelModel::labelForFiles(paths));
+    model.setVisible(true);
+    writeImage(WheelView::render(model, dark), output);
+}
+
 void renderWheel(const QStringList& args, QTextStream&) {
     // The mode word is optional, so the path is the first argument that is not one.
     QStringList rest = args.mid(1);
-    QString mode = QStringLiteral("convert");
-    if (!rest.isEmpty() && (rest[0] == u"convert" || rest[0] == u"tools" || rest[0] == u"actions"))
-        mode = rest.takeFirst();
+    WheelMode mode = WheelMode::convert;
+    if (!rest.isEmpty()) {
+        if (const auto word = WheelMode::fromRawValue(rest[0])) {
+            mode = *word;
+            rest.removeFirst();
+        }
+    }
     if (rest.isEmpty() || rest[0].isEmpty())
         fail(QStringLiteral("Ausgabepfad fehlt."));
-    cannotDrawYet(QStringLiteral("Rad (%1)").arg(mode));
+    const QString sample =
+        mode == WheelMode::convert ? QStringLiteral("IMG_0412.heic") : QStringLiteral("photo.jpg");
+    writeWheel(mode, filePaths({sample}), rest[0], wantsDark(rest.mid(1)));
 }
 
 void renderEditor(const QStringList& args, QTextStream&) {
@@ -94,9 +189,15 @@ void renderEditor(const QStringList& args, QTextStream&) {
         fail(QStringLiteral("--render-editor <art> out.png dateien… [dark]"));
     static const QStringList arts = {"crop",          "backdrop",    "pdf-split",    "pdf-merge",
                                      "convert-wheel", "tools-wheel", "actions-wheel"};
-    if (!arts.contains(args[1]))
-        fail(QStringLiteral("Unbekannter Editor %1").arg(args[1]));
-    cannotDrawYet(QStringLiteral("Editor %1").arg(args[1]));
+    const QString& art = args[1];
+    if (!arts.contains(art))
+        fail(QStringLiteral("Unbekannter Editor %1").arg(art));
+    if (!art.endsWith(u"-wheel"))
+        cannotDrawYet(QStringLiteral("Editor %1").arg(art));
+    QStringList files = args.mid(3);
+    const bool dark = files.removeAll(QStringLiteral("dark")) > 0;
+    const WheelMode mode = *WheelMode::fromRawValue(QStringView(art).chopped(6));
+    writeWheel(mode, filePaths(files), args[2], dark);
 }
 
 const QHash<QString, Command>& commands() {
@@ -104,13 +205,13 @@ const QHash<QString, Command>& commands() {
         {"--list", list},
         {"--run", runOperation},
         {"--render-wheel", renderWheel},
-        {"--render-icon", renderWithPath(QStringLiteral("App-Symbol"))},
+        {"--render-icon", renderIcon},
         {"--render-editor", renderEditor},
         {"--render-scene", renderWithPath(QStringLiteral("Wiesen-Szene"))},
         {"--render-og", renderWithPath(QStringLiteral("Social-Card"))},
         {"--render-shelf", renderWithPath(QStringLiteral("Ablage"))},
-        {"--render-menubar-icon", renderWithPath(QStringLiteral("Menüleisten-Symbol"))},
-        {"--render-menu", renderWithPath(QStringLiteral("Menü"))},
+        {"--render-menubar-icon", renderMenubarIcon},
+        {"--render-menu", renderMenu},
         {"--render-dmg-background", renderWithPath(QStringLiteral("DMG-Hintergrund"))},
         {"--render-welcome", renderWithPath(QStringLiteral("Willkommensfenster"))},
         {"--render-settings", renderWithPath(QStringLiteral("Einstellungen"))},

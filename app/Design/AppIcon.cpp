@@ -49,6 +49,10 @@ QPixmap drawMark(int size) {
 
 } // namespace
 
+QImage appIconImage(int pixels) {
+    return drawMark(pixels).toImage();
+}
+
 QIcon appIcon() {
     QIcon icon;
     for (int size : {16, 22, 24, 32, 48, 64, 128, 256})

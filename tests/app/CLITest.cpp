@@ -115,13 +115,13 @@ TEST(CLI, RunPrintsOutputsThenFailuresThenTheDurationThenTheCount) {
 }
 
 TEST(CLI, RenderCommandsCheckTheirArgumentsBeforeSayingWhatIsNotBuilt) {
-    const auto wheel = runTramix({"--render-wheel", "/tmp/never-written.png", "dark"});
-    EXPECT_EQ(wheel.status, 1);
-    EXPECT_TRUE(wheel.out.startsWith("Fehler: Nicht unterstützt: ")) << wheel.out.toStdString();
+    const auto crop = runTramix({"--render-editor", "crop", "/tmp/never-written.png", "a.jpg"});
+    EXPECT_EQ(crop.status, 1);
+    EXPECT_TRUE(crop.out.startsWith("Fehler: Nicht unterstützt: ")) << crop.out.toStdString();
     EXPECT_FALSE(QFileInfo::exists("/tmp/never-written.png"));
-    for (const char* command : {"--render-icon", "--render-scene", "--render-og", "--render-shelf",
-                                "--render-menubar-icon", "--render-menu", "--render-dmg-background",
-                                "--render-welcome", "--render-settings"}) {
+    for (const char* command :
+         {"--render-scene", "--render-og", "--render-shelf", "--render-dmg-background",
+          "--render-welcome", "--render-settings"}) {
         const auto result = runTramix({command, "/tmp/never-written.png"});
         EXPECT_EQ(result.status, 1) << command;
         EXPECT_TRUE(result.out.startsWith("Fehler: Nicht unterstützt: ")) << command;

@@ -65,7 +65,16 @@ TEST(JobRunner, PerFileRunsInParallelAndCollectsEveryOutcome) {
             return {in.first() + ".out"};
         });
 
-    const JobResult result = JobRunner::run(op, inputs, OutputContext{});
+    QList<qsizetype> reported;
+    const JobResult result =
+        JobRunner::run(op, inputs, OutputContext{}, [&](qsizetype done, qsizetype total) {
+            EXPECT_EQ(total, 40);
+            reported.append(done);
+        });
+    QList<qsizetype> expectedReports;
+    for (qsizetype done = 1; done <= 40; ++done)
+        expectedReports.append(done);
+    EXPECT_EQ(reported, expectedReports) << "one report per ended input, failed ones included";
     QStringList failures;
     for (const JobResult::Failure& failure : result.failures)
         failures.append(failure.input + " → " + failure.message);

@@ -1,0 +1,182 @@
+#include "WheelController.h"
+
+#include "UI/FloatingPanel.h"
+#include "WheelDropView.h"
+#include "WheelView.h"
+
+#include <QCursor>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QPainterPath>
+#include <QScreen>
+
+namespace tramix {
+
+namespace {
+
+// Tells when the wheel has been painted, so the pointer can be nudged after it is really there.
+class PaintWatcher : public QObject {
+public:
+    PaintWatcher(QObject* parent, std::function<void()> painted)
+        : QObject(parent)
+        , painted_(std::move(painted)) {}
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Paint)
+            QTimer::singleShot(0, this, painted_);
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    std::function<void()> painted_;
+};
+
+} // namespace
+
+WheelController::WheelController(QObject* parent)
+    : QObject(parent) {
+    hideWork_.setSingleShot(true);
+    connect(&hideWork_, &QTimer::timeout, this, [this] {
+        model_.setVisible(false);
+        model_.setHovered(std::nullopt);
+        orderOut_.start();
+    });
+    orderOut_.setSingleShot(true);
+    orderOut_.setInterval(orderOutDelayMs);
+    connect(&orderOut_, &QTimer::timeout, this, [this] {
+        // A show in between wins.
+        if (!model_.visible() && panel_)
+            panel_->orderOut();
+    });
+}
+
+WheelController::~WheelController() = default;
+
+void WheelController::ensurePanel() {
+    if (panel_)
+        return;
+    const int size = int(geometry_.size);
+    panel_ = std::make_unique<FloatingPanel>(QSize(size, size));
+    panel_->setWindowTitle(QStringLiteral("Tramix"));
+    view_ = new WheelView(model_, geometry_, panel_.get());
+    view_->setOpaque(!panel_->translucent());
+    dropView_ = new WheelDropView(model_, geometry_, panel_.get());
+    dropView_->setGeometry(0, 0, size, size);
+    dropView_->log = [this](const QString& message) { write(message); };
+    dropView_->onDrop = [this](const FileOperation& op, const QStringList& paths) {
+        const QPoint at = QCursor::pos();
+        hide(0);
+        if (onDrop)
+            onDrop(op, paths, at);
+    };
+    if (!panel_->translucent()) {
+        // Without a compositor the clear corners would show black: cut the window to the plate,
+        // following it as it grows in.
+        auto reshape = [this](double appearance) {
+            const double radius =
+                WheelView::plateRadius(geometry_) * (0.82 + 0.18 * std::min(appearance, 1.0)) + 1;
+            const QPointF c(geometry_.size / 2, geometry_.size / 2);
+            QPainterPath circle;
+            circle.addEllipse(c, radius, radius);
+            panel_->setShape(QRegion(circle.toFillPolygon().toPolygon()));
+        };
+        connect(view_, &WheelView::appearanceChanged, this, reshape);
+        reshape(0);
+    }
+    view_->installEventFilter(new PaintWatcher(this, [this] {
+        if (!awaitingFirstPaint_)
+            return;
+        awaitingFirstPaint_ = false;
+        if (onShown)
+            onShown();
+        nudgePointer();
+    }));
+}
+
+void WheelController::show(WheelMode mode, ModifierKey key, const QList<FileOperation>& operations,
+                           const QStringList& paths, bool toggle) {
+    if (toggle && isUp() && model_.mode() == mode) {
+        hide(0);
+        return;
+    }
+    hideWork_.stop();
+    orderOut_.stop();
+    const bool wasUp = isUp();
+    const QPoint pointer = QCursor::pos();
+    write(QStringLiteral("Rad %1 mit %2 Optionen an (%3, %4)")
+              .arg(mode.rawValue())
+              .arg(operations.size())
+              .arg(double(pointer.x()), 0, 'f', 1)
+              .arg(double(pointer.y()), 0, 'f', 1));
+
+    model_.setMode(mode);
+    model_.setKey(key);
+    model_.setOperations(operations);
+    model_.setPage(0);
+    model_.setHovered(std::nullopt);
+    model_.setFileLabel(WheelModel::labelForFiles(paths));
+    if (wasUp)
+        return; // a second key switches the contents in place
+    ensurePanel();
+    model_.setVisible(false);
+    awaitingFirstPaint_ = true;
+    place(pointer);
+    QTimer::singleShot(0, this, [this] {
+        if (panel_ && panel_->isVisible() && !hideWork_.isActive())
+            model_.setVisible(true);
+    });
+}
+
+void WheelController::hide(double afterSeconds) {
+    hideWork_.stop();
+    hideWork_.start(int(afterSeconds * 1000));
+}
+
+bool WheelController::isUp() const {
+    return panel_ && panel_->isVisible() && model_.visible();
+}
+
+QRect WheelController::panelGeometry() const {
+    return panel_ ? panel_->geometry() : QRect();
+}
+
+QPoint WheelController::panelOrigin(QPoint pointer, int size,
+                                    const std::optional<QRect>& available) {
+    QPoint origin = pointer - QPoint(size / 2, size / 2);
+    if (!available)
+        return origin;
+    origin.setX(std::clamp(origin.x(), available->left(),
+                           std::max(available->left(), available->right() + 1 - size)));
+    origin.setY(std::clamp(origin.y(), available->top(),
+                           std::max(available->top(), available->bottom() + 1 - size)));
+    return origin;
+}
+
+void WheelController::place(QPoint pointer) {
+    QScreen* screen = QGuiApplication::screenAt(pointer);
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    std::optional<QRect> available;
+    if (screen)
+        available = screen->availableGeometry();
+    panel_->orderFront(panelOrigin(pointer, int(geometry_.size), available));
+}
+
+// A window that appears under a resting pointer is not entered by the drag until the source
+// sends a position, and sources send positions only on motion: move the pointer a pixel and back.
+void WheelController::nudgePointer() {
+    const QPoint at = QCursor::pos();
+    QCursor::setPos(at + QPoint(1, 0));
+    QTimer::singleShot(40, this, [at] {
+        if (QCursor::pos() == at + QPoint(1, 0))
+            QCursor::setPos(at);
+    });
+}
+
+void WheelController::write(const QString& message) const {
+    if (log)
+        log(message);
+}
+
+} // namespace tramix

@@ -1,0 +1,66 @@
+// Puts the wheel on screen in a floating panel centred on the pointer, keeps it on top while
+// files are dragged into it, and hands a drop on a segment to its owner.
+#pragma once
+
+#include "WheelGeometry.h"
+#include "WheelModel.h"
+
+#include <QObject>
+#include <QPoint>
+#include <QRect>
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace tramix {
+
+class FloatingPanel;
+class WheelDropView;
+class WheelView;
+
+class WheelController : public QObject {
+    Q_OBJECT
+public:
+    explicit WheelController(QObject* parent = nullptr);
+    ~WheelController() override;
+
+    WheelModel& model() { return model_; }
+    const WheelGeometry& geometry() const { return geometry_; }
+
+    std::function<void(const FileOperation&, const QStringList& paths, QPoint at)> onDrop;
+    std::function<void(const QString&)> log;
+    // Told once per opening, when the wheel is first painted on screen.
+    std::function<void()> onShown;
+
+    void show(WheelMode mode, ModifierKey key, const QList<FileOperation>& operations,
+              const QStringList& paths, bool toggle);
+    void hide(double afterSeconds);
+
+    // Whether the panel is on screen with the wheel up.
+    bool isUp() const;
+    QRect panelGeometry() const;
+
+    // Where the panel goes for a pointer at `pointer`: centred on it, clamped into `available`
+    // (the usable area of the pointer's screen) when there is one.
+    static QPoint panelOrigin(QPoint pointer, int size, const std::optional<QRect>& available);
+
+    static constexpr int orderOutDelayMs = 160;
+
+private:
+    void ensurePanel();
+    void place(QPoint pointer);
+    void nudgePointer();
+    void write(const QString& message) const;
+
+    WheelModel model_;
+    WheelGeometry geometry_;
+    std::unique_ptr<FloatingPanel> panel_;
+    WheelView* view_ = nullptr;
+    WheelDropView* dropView_ = nullptr;
+    QTimer hideWork_;
+    QTimer orderOut_;
+    bool awaitingFirstPaint_ = false;
+};
+
+} // namespace tramix

@@ -1,0 +1,128 @@
+#include "WheelDropView.h"
+
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QUrl>
+
+namespace tramix {
+
+namespace {
+
+QStringList localFiles(const QMimeData* data) {
+    QStringList paths;
+    if (!data)
+        return paths;
+    for (const QUrl& url : data->urls()) {
+        if (url.isLocalFile())
+            paths.append(url.toLocalFile());
+    }
+    return paths;
+}
+
+} // namespace
+
+WheelDropView::WheelDropView(WheelModel& model, const WheelGeometry& geometry, QWidget* parent)
+    : QWidget(parent)
+    , model_(model)
+    , geometry_(geometry) {
+    setAcceptDrops(true);
+    setAttribute(Qt::WA_TranslucentBackground);
+    clock_.start();
+    restTimer_.setInterval(restIntervalMs);
+    restTimer_.setTimerType(Qt::PreciseTimer);
+    connect(&restTimer_, &QTimer::timeout, this, [this] { update(lastPosition_); });
+}
+
+double WheelDropView::now() const {
+    return double(clock_.nsecsElapsed()) / 1e9;
+}
+
+bool WheelDropView::update(QPointF position) {
+    lastPosition_ = position;
+    const QPointF fromCenter = position - QPointF(width() / 2.0, height() / 2.0);
+    const int slots = model_.slots();
+    const WheelZone zone = geometry_.zone(fromCenter, slots, false);
+    const qsizetype count = model_.pageOperations().size();
+
+    if (zone.kind == WheelZone::segment && zone.index < count) {
+        centerHoverStart_.reset();
+        model_.setHovered(zone.index); // no haptics on this desktop
+        return true;
+    }
+    if (zone.kind == WheelZone::center) {
+        model_.setHovered(std::nullopt);
+        const double t = now();
+        if (!centerHoverStart_) {
+            centerHoverStart_ = t;
+        } else if (t - *centerHoverStart_ > pageTurnSeconds) {
+            model_.nextPage();
+            centerHoverStart_ = t;
+        }
+        return false;
+    }
+    centerHoverStart_.reset();
+    model_.setHovered(std::nullopt);
+    return false;
+}
+
+Qt::DropAction WheelDropView::safeAction(Qt::DropActions offered, Qt::DropAction proposed) {
+    if (offered & Qt::CopyAction)
+        return Qt::CopyAction;
+    return proposed == Qt::MoveAction ? Qt::IgnoreAction : proposed;
+}
+
+void WheelDropView::dragEnterEvent(QDragEnterEvent* event) {
+    write(QStringLiteral("Drag hat das Rad erreicht"));
+    restTimer_.start();
+    // Entering is always welcome, so the moves that follow reach us; each move decides.
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+    if (update(event->position()))
+        event->acceptProposedAction();
+}
+
+void WheelDropView::dragMoveEvent(QDragMoveEvent* event) {
+    if (update(event->position())) {
+        // The status must name an action the source offers, or the source will not drop; the
+        // drop itself then answers with one that never moves.
+        event->setDropAction((event->possibleActions() & Qt::CopyAction) ? Qt::CopyAction
+                                                                         : event->proposedAction());
+        event->accept();
+    } else {
+        event->ignore();
+    }
+}
+
+void WheelDropView::dragLeaveEvent(QDragLeaveEvent*) {
+    restTimer_.stop();
+    model_.setHovered(std::nullopt);
+    centerHoverStart_.reset();
+}
+
+void WheelDropView::dropEvent(QDropEvent* event) {
+    restTimer_.stop();
+    const bool onSegment = update(event->position());
+    centerHoverStart_.reset();
+    const std::optional<FileOperation> op = model_.hoveredOperation();
+    const QStringList paths = localFiles(event->mimeData());
+    if (!onSegment || !op || paths.isEmpty()) {
+        event->ignore();
+        return;
+    }
+    write(QStringLiteral("Drop auf %1").arg(op->id));
+    event->setDropAction(safeAction(event->possibleActions(), event->proposedAction()));
+    event->accept();
+    // Answer the source first; the work starts on the next turn of the event loop.
+    QTimer::singleShot(0, this, [this, operation = *op, paths] {
+        if (onDrop)
+            onDrop(operation, paths);
+    });
+}
+
+void WheelDropView::write(const QString& message) const {
+    if (log)
+        log(message);
+}
+
+} // namespace tramix

@@ -1,0 +1,139 @@
+#include "JobCenter.h"
+
+#include "App/AppSettings.h"
+#include "App/DebugLog.h"
+#include "App/History.h"
+#include "DurationText.h"
+#include "JobRunner.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QFutureWatcher>
+#include <QPointer>
+#include <QtConcurrent/QtConcurrentRun>
+
+namespace tramix {
+
+JobCenter::JobCenter(AppSettings& settings, History& history, QObject* parent)
+    : QObject(parent)
+    , playSound([this] { sound_.play(); })
+    , settings_(settings)
+    , history_(history) {}
+
+JobCenter::~JobCenter() = default;
+
+OutputContext JobCenter::context() const {
+    OutputContext context;
+    if (!settings_.writeNextToOriginal())
+        context.folder = settings_.outputFolder();
+    context.quality = settings_.quality();
+    return context;
+}
+
+QString JobCenter::format(double seconds) {
+    return durationText(seconds);
+}
+
+QString JobCenter::workingText(const QString& title, qsizetype count) {
+    if (count == 1)
+        return title;
+    return QStringLiteral("%1 · %2 Dateien").arg(title).arg(count);
+}
+
+std::optional<QString> JobCenter::failureText(const JobResult& result, qsizetype inputs) {
+    if (result.failures.isEmpty())
+        return std::nullopt;
+    if (result.failures.size() == 1)
+        return result.failures.first().message;
+    return QStringLiteral("%1 von %2 fehlgeschlagen: %3")
+        .arg(result.failures.size())
+        .arg(inputs)
+        .arg(result.failures.first().message);
+}
+
+void JobCenter::run(const FileOperation& operation, const QStringList& paths, QPoint at) {
+    const bool instant = operation.style == OperationStyle::instant;
+    const quint64 job = ++jobsStarted_;
+    DebugLog::write(
+        QStringLiteral("Auftrag %1 mit %2 Datei(en)").arg(operation.id).arg(paths.size()));
+    if (!instant) {
+        toast_.show(ToastModel::State::makeWorking(workingText(operation.title, paths.size())), at);
+        lastJob_ = job;
+    }
+
+    // The watcher is the centre's child: when the centre goes first, the result goes nowhere.
+    auto* watcher = new QFutureWatcher<JobResult>(this);
+    QElapsedTimer clock;
+    clock.start();
+    JobRunner::Progress progress;
+    if (!instant) {
+        // Reports go through the application object, which outlives every job (it waits for
+        // them when it ends); the centre itself may be gone by the time one arrives.
+        progress = [centre = QPointer<JobCenter>(this), job, clock](qsizetype done,
+                                                                    qsizetype total) {
+            if (total < 2 || clock.elapsed() < progressAfterMs)
+                return;
+            QMetaObject::invokeMethod(QCoreApplication::instance(), [centre, job, done, total] {
+                if (centre && centre->lastJob_ == job)
+                    centre->toast_.model().setProgress(done, total);
+            });
+        };
+    }
+    connect(watcher, &QFutureWatcher<JobResult>::finished, this,
+            [this, watcher, operation, inputs = paths.size(), at, instant, job] {
+                const JobResult result = watcher->result();
+                watcher->deleteLater();
+                if (lastJob_ == job)
+                    lastJob_ = 0;
+                if (instant) {
+                    for (const JobResult::Failure& failure : result.failures)
+                        DebugLog::write(
+                            QStringLiteral("%1: %2").arg(operation.id, failure.message));
+                } else {
+                    report(operation, inputs, result, at);
+                }
+                Q_EMIT jobFinished(result);
+            });
+    watcher->setFuture(QtConcurrent::run([operation, paths, context = context(), progress] {
+        return JobRunner::run(operation, paths, context, progress);
+    }));
+}
+
+void JobCenter::report(const FileOperation& operation, qsizetype inputs, const JobResult& result,
+                       QPoint at) {
+    DebugLog::write(QStringLiteral("Auftrag %1 beendet: %2 Ergebnis(se), %3 Fehler, %4")
+                        .arg(operation.id)
+                        .arg(result.outputs.size())
+                        .arg(result.failures.size())
+                        .arg(format(result.duration)));
+    History::Entry entry;
+    entry.title = operation.title;
+    entry.outputs = result.outputs;
+    entry.failed = !result.failures.isEmpty();
+    if (const auto failure = failureText(result, inputs)) {
+        toast_.show(ToastModel::State::makeFailed(*failure), at);
+    } else {
+        toast_.show(ToastModel::State::makeDone(
+                        QStringLiteral("Fertig in ") + format(result.duration), result.outputs),
+                    at);
+        if (settings_.playSound() && playSound)
+            playSound();
+    }
+    history_.add(entry);
+    DebugLog::write(
+        QStringLiteral("Verlauf: %1%2")
+            .arg(entry.title, entry.failed ? QStringLiteral(" (fehlgeschlagen)") : QString()));
+}
+
+void JobCenter::finished(const QString& title, const QStringList& outputs, QPoint near) {
+    toast_.show(ToastModel::State::makeDone(title, outputs), near);
+    if (settings_.playSound() && playSound)
+        playSound();
+    History::Entry entry;
+    entry.title = title;
+    entry.outputs = outputs;
+    history_.add(entry);
+}
+
+} // namespace tramix

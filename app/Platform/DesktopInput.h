@@ -1,0 +1,56 @@
+// What the drag monitor needs to know about the whole desktop, whichever windowing system runs
+// it: the left button, the modifier keys, and whether some application is dragging files.
+// Nothing here grabs input or takes events away from other applications.
+#pragma once
+
+#include <QPoint>
+#include <QStringList>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace tramix {
+
+struct PointerState {
+    bool leftButton = false;
+    // Device-independent modifier bits, as ModifierKey::flag gives them; nothing else is set.
+    std::uint32_t modifierFlags = 0;
+    QPoint position; // in device pixels of the whole desktop
+};
+
+class DesktopInput {
+public:
+    enum class Event { leftButtonDown, leftButtonUp, keyChanged, dragDataChanged };
+
+    virtual ~DesktopInput() = default;
+
+    // Starts watching; false when the desktop lacks what is needed (then nothing is delivered).
+    virtual bool start() = 0;
+    virtual void stop() = 0;
+
+    virtual PointerState pointer() = 0;
+    // Rises each time a drag source takes hold of the drag data, like a pasteboard change count.
+    virtual std::uint64_t dragChangeCount() = 0;
+    // The local files of the current drag. None while the answer is still on its way; an empty
+    // list when the drag carries no files. Asking again is cheap: the answer is kept per drag.
+    virtual std::optional<QStringList> dragFilePaths() = 0;
+    // Key events are only wanted while a drag may be running; at rest they would wake us for
+    // every keystroke typed anywhere.
+    virtual void setWatchingKeys(bool watching) = 0;
+
+    // Called on the main thread, never from inside another call of this interface.
+    std::function<void(Event)> onEvent;
+};
+
+namespace Desktop {
+
+// The input source of the running windowing system, or none where it is not supported.
+std::unique_ptr<DesktopInput> createInput();
+
+// Whether a compositing manager runs, so translucent windows are blended instead of black.
+bool compositorRunning();
+
+} // namespace Desktop
+
+} // namespace tramix

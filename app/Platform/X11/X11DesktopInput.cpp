@@ -1,0 +1,274 @@
+#include "X11DesktopInput.h"
+
+#include "App/ModifierKey.h"
+
+#include <QSocketNotifier>
+#include <QUrl>
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+#include <X11/extensions/XInput2.h>
+#include <X11/extensions/Xfixes.h>
+#include <deque>
+
+namespace tramix {
+
+namespace {
+
+std::uint32_t modifierFlags(unsigned int mask) {
+    std::uint32_t flags = 0;
+    if (mask & ShiftMask)
+        flags |= ModifierKey(ModifierKey::shift).flag();
+    if (mask & ControlMask)
+        flags |= ModifierKey(ModifierKey::control).flag();
+    if (mask & Mod1Mask)
+        flags |= ModifierKey(ModifierKey::option).flag();
+    if (mask & Mod4Mask)
+        flags |= ModifierKey(ModifierKey::command).flag();
+    return flags; // Lock (caps lock) and Mod2 (num lock) are left out on purpose
+}
+
+QStringList localFiles(const QByteArray& uriList) {
+    QStringList paths;
+    for (const QByteArray& raw : uriList.split('\n')) {
+        const QByteArray line = raw.trimmed();
+        if (line.isEmpty() || line.startsWith('#'))
+            continue;
+        const QUrl url = QUrl::fromEncoded(line);
+        if (url.isLocalFile())
+            paths.append(url.toLocalFile());
+    }
+    return paths;
+}
+
+} // namespace
+
+// Our own Xlib connection, read through a socket notifier on Qt's event loop. Xlib may read
+// events into its queue while it waits for a reply, so the queue is drained after every round
+// trip, not only when the socket becomes readable.
+struct X11DesktopInput::Connection {
+    Display* display = nullptr;
+    Window root = 0;
+    Window requestor = 0;
+    int fixesEventBase = 0;
+    int xiOpcode = 0;
+    Atom xdndSelection = 0;
+    Atom uriList = 0;
+    Atom property = 0;
+    Atom incr = 0;
+    std::unique_ptr<QSocketNotifier> notifier;
+    bool watchingKeys = false;
+
+    std::uint64_t changeCount = 0;
+    Time selectionTime = CurrentTime;
+    std::uint64_t requestedFor = 0; // change count the pending conversion belongs to (0: none)
+    std::uint64_t answerFor = 0;    // change count the kept answer belongs to
+    QStringList answer;
+
+    std::deque<Event> pending;
+    bool dispatching = false;
+    std::function<void(Event)>* onEvent = nullptr;
+
+    ~Connection() {
+        notifier.reset();
+        if (display) {
+            if (requestor)
+                XDestroyWindow(display, requestor);
+            XCloseDisplay(display);
+        }
+    }
+
+    bool open() {
+        display = XOpenDisplay(nullptr);
+        if (!display)
+            return false;
+        int fixesErrorBase = 0, event = 0, error = 0;
+        if (!XFixesQueryExtension(display, &fixesEventBase, &fixesErrorBase))
+            return false;
+        if (!XQueryExtension(display, "XInputExtension", &xiOpcode, &event, &error))
+            return false;
+        // Raw events reach us during another client's grab only from XI 2.1 on.
+        int major = 2, minor = 2;
+        if (XIQueryVersion(display, &major, &minor) != Success || (major == 2 && minor < 1))
+            return false;
+        root = DefaultRootWindow(display);
+        requestor = XCreateSimpleWindow(display, root, -10, -10, 1, 1, 0, 0, 0);
+        xdndSelection = XInternAtom(display, "XdndSelection", False);
+        uriList = XInternAtom(display, "text/uri-list", False);
+        property = XInternAtom(display, "TRAMIX_DRAG_FILES", False);
+        incr = XInternAtom(display, "INCR", False);
+        XFixesSelectSelectionInput(display, root, xdndSelection, XFixesSetSelectionOwnerNotifyMask);
+        selectRawEvents();
+        return true;
+    }
+
+    void selectRawEvents() {
+        unsigned char bits[XIMaskLen(XI_LASTEVENT)] = {};
+        XISetMask(bits, XI_RawButtonPress);
+        XISetMask(bits, XI_RawButtonRelease);
+        if (watchingKeys) {
+            XISetMask(bits, XI_RawKeyPress);
+            XISetMask(bits, XI_RawKeyRelease);
+        }
+        XIEventMask mask{XIAllMasterDevices, int(sizeof bits), bits};
+        XISelectEvents(display, root, &mask, 1);
+        XFlush(display);
+    }
+
+    void drain() {
+        while (XPending(display)) {
+            XEvent event;
+            XNextEvent(display, &event);
+            handle(event);
+        }
+        if (dispatching)
+            return;
+        dispatching = true;
+        while (!pending.empty()) {
+            const Event next = pending.front();
+            pending.pop_front();
+            if (onEvent && *onEvent)
+                (*onEvent)(next);
+        }
+        dispatching = false;
+    }
+
+    void handle(XEvent& event) {
+        if (event.type == fixesEventBase + XFixesSelectionNotify) {
+            const auto& notify = reinterpret_cast<XFixesSelectionNotifyEvent&>(event);
+            if (notify.selection == xdndSelection && notify.owner != None) {
+                ++changeCount;
+                selectionTime = notify.selection_timestamp;
+                pending.push_back(Event::dragDataChanged);
+            }
+        } else if (event.type == GenericEvent && event.xcookie.extension == xiOpcode) {
+            handleRaw(event.xcookie);
+        } else if (event.type == SelectionNotify && event.xselection.requestor == requestor) {
+            handleAnswer(event.xselection);
+        }
+    }
+
+    void handleRaw(XGenericEventCookie& cookie) {
+        if (!XGetEventData(display, &cookie))
+            return;
+        const auto* raw = static_cast<const XIRawEvent*>(cookie.data);
+        switch (cookie.evtype) {
+        case XI_RawButtonPress:
+            if (raw->detail == 1)
+                pending.push_back(Event::leftButtonDown);
+            break;
+        case XI_RawButtonRelease:
+            if (raw->detail == 1)
+                pending.push_back(Event::leftButtonUp);
+            break;
+        case XI_RawKeyPress:
+        case XI_RawKeyRelease:
+            pending.push_back(Event::keyChanged);
+            break;
+        }
+        XFreeEventData(display, &cookie);
+    }
+
+    void handleAnswer(const XSelectionEvent& event) {
+        if (requestedFor == 0)
+            return;
+        const std::uint64_t count = requestedFor;
+        requestedFor = 0;
+        if (count != changeCount)
+            return; // a newer drag began meanwhile; its own request follows
+        answerFor = count;
+        answer.clear();
+        if (event.property != None)
+            answer = localFiles(readProperty(event.property));
+        pending.push_back(Event::dragDataChanged);
+    }
+
+    QByteArray readProperty(Atom name) {
+        Atom type = None;
+        int format = 0;
+        unsigned long items = 0, remaining = 0;
+        unsigned char* data = nullptr;
+        QByteArray bytes;
+        if (XGetWindowProperty(display, requestor, name, 0, 1 << 20, True, AnyPropertyType, &type,
+                               &format, &items, &remaining, &data) == Success &&
+            data) {
+            // Incremental transfers are for huge payloads; a list of dragged files never is one.
+            if (type != incr && format == 8)
+                bytes = QByteArray(reinterpret_cast<const char*>(data), int(items));
+            XFree(data);
+        }
+        return bytes;
+    }
+
+    void request() {
+        requestedFor = changeCount;
+        // Qt sources refuse CurrentTime: the owner's own timestamp names the drag.
+        XConvertSelection(display, xdndSelection, uriList, property, requestor, selectionTime);
+        XFlush(display);
+    }
+};
+
+X11DesktopInput::X11DesktopInput() = default;
+X11DesktopInput::~X11DesktopInput() = default;
+
+bool X11DesktopInput::start() {
+    if (connection_)
+        return true;
+    auto connection = std::make_unique<Connection>();
+    if (!connection->open())
+        return false;
+    connection->onEvent = &onEvent;
+    Connection* raw = connection.get();
+    connection->notifier =
+        std::make_unique<QSocketNotifier>(ConnectionNumber(raw->display), QSocketNotifier::Read);
+    QObject::connect(raw->notifier.get(), &QSocketNotifier::activated, raw->notifier.get(),
+                     [raw] { raw->drain(); });
+    connection_ = std::move(connection);
+    connection_->drain();
+    return true;
+}
+
+void X11DesktopInput::stop() {
+    connection_.reset();
+}
+
+PointerState X11DesktopInput::pointer() {
+    if (!connection_)
+        return {};
+    Connection& c = *connection_;
+    Window rootReturn = 0, child = 0;
+    int rootX = 0, rootY = 0, winX = 0, winY = 0;
+    unsigned int mask = 0;
+    PointerState state;
+    if (XQueryPointer(c.display, c.root, &rootReturn, &child, &rootX, &rootY, &winX, &winY,
+                      &mask)) {
+        state.leftButton = (mask & Button1Mask) != 0;
+        state.modifierFlags = modifierFlags(mask);
+        state.position = {rootX, rootY};
+    }
+    c.drain();
+    return state;
+}
+
+std::uint64_t X11DesktopInput::dragChangeCount() {
+    return connection_ ? connection_->changeCount : 0;
+}
+
+std::optional<QStringList> X11DesktopInput::dragFilePaths() {
+    if (!connection_ || connection_->changeCount == 0)
+        return std::nullopt;
+    Connection& c = *connection_;
+    if (c.answerFor == c.changeCount)
+        return c.answer;
+    if (c.requestedFor != c.changeCount)
+        c.request();
+    return std::nullopt;
+}
+
+void X11DesktopInput::setWatchingKeys(bool watching) {
+    if (!connection_ || connection_->watchingKeys == watching)
+        return;
+    connection_->watchingKeys = watching;
+    connection_->selectRawEvents();
+}
+
+} // namespace tramix

@@ -1,0 +1,29 @@
+// The borderless surface every floating part of the app uses: it stays above other windows,
+// never takes the keyboard focus from the app the user works in, and is blended where a
+// compositor runs or cut to a shape where none does.
+#pragma once
+
+#include <QRegion>
+#include <QWidget>
+
+namespace tramix {
+
+class FloatingPanel : public QWidget {
+    Q_OBJECT
+public:
+    explicit FloatingPanel(QSize size, QWidget* parent = nullptr);
+
+    // Whether clear parts are blended; otherwise they must be cut away with `setShape`.
+    bool translucent() const { return translucent_; }
+    void setShape(const QRegion& region);
+
+    // Shows the panel at `origin` and raises it: without a window manager nothing else keeps it
+    // on top.
+    void orderFront(QPoint origin);
+    void orderOut();
+
+private:
+    bool translucent_ = false;
+};
+
+} // namespace tramix

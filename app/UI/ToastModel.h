@@ -1,0 +1,53 @@
+// What the toast says: a job that runs, one that is done (a click shows its files) or one that
+// failed. Views repaint from its signals.
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+
+namespace tramix {
+
+class ToastModel : public QObject {
+    Q_OBJECT
+public:
+    struct State {
+        enum Kind { working, done, failed };
+
+        Kind kind = working;
+        QString text;        // working: what runs; done: the title; failed: the message
+        QStringList outputs; // done only
+        // Working only: how many files have ended of how many the job has; total 0 shows none.
+        qsizetype finished = 0;
+        qsizetype total = 0;
+
+        static State makeWorking(const QString& text);
+        static State makeDone(const QString& title, const QStringList& outputs);
+        static State makeFailed(const QString& message);
+
+        QString title() const;
+        QString subtitle() const;
+        // Only a done toast with files to show answers a click.
+        bool clickable() const { return kind == done && !outputs.isEmpty(); }
+        bool operator==(const State&) const = default;
+    };
+
+    explicit ToastModel(QObject* parent = nullptr);
+
+    const State& state() const { return state_; }
+    void setState(const State& state);
+    void setProgress(qsizetype finished, qsizetype total);
+
+    // Drives the fade; the panel leaves the screen a moment after this turns false.
+    bool visible() const { return visible_; }
+    void setVisible(bool visible);
+
+Q_SIGNALS:
+    void stateChanged();
+    void visibleChanged();
+
+private:
+    State state_;
+    bool visible_ = false;
+};
+
+} // namespace tramix

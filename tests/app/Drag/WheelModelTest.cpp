@@ -1,0 +1,164 @@
+#include "Drag/WheelModel.h"
+
+#include "Drag/WheelGeometry.h"
+
+#include <QSignalSpy>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <numbers>
+
+using namespace tramix;
+
+namespace {
+
+QList<FileOperation> operations(int count) {
+    QList<FileOperation> list;
+    for (int i = 0; i < count; ++i)
+        list.append({QStringLiteral("op.%1").arg(i), QStringLiteral("OP%1").arg(i),
+                     QStringLiteral("Detail %1").arg(i), std::nullopt, OperationStyle::perFile,
+                     nullptr});
+    return list;
+}
+
+QStringList ids(const QList<FileOperation>& list) {
+    QStringList result;
+    for (const FileOperation& op : list)
+        result.append(op.id);
+    return result;
+}
+
+QPointF atAngle(double degrees, double radius) {
+    const double rad = degrees * std::numbers::pi / 180;
+    return {radius * std::sin(rad), radius * std::cos(rad)}; // y up
+}
+
+} // namespace
+
+TEST(WheelModel, PagesEightOperationsAtATimeAndWraps) {
+    WheelModel model;
+    EXPECT_EQ(model.pageCount(), 1);
+    EXPECT_TRUE(model.pageOperations().isEmpty());
+    EXPECT_EQ(model.slots(), 4);
+
+    model.setOperations(operations(8));
+    EXPECT_EQ(model.pageCount(), 1);
+    EXPECT_EQ(model.slots(), 8);
+
+    model.setOperations(operations(9));
+    EXPECT_EQ(model.pageCount(), 2);
+    EXPECT_EQ(ids(model.pageOperations()).size(), 8);
+    model.setHovered(3);
+    model.nextPage();
+    EXPECT_EQ(model.page(), 1);
+    EXPECT_EQ(model.hovered(), std::nullopt);
+    EXPECT_EQ(ids(model.pageOperations()), QStringList{"op.8"});
+    EXPECT_EQ(model.slots(), 4);
+    model.nextPage();
+    EXPECT_EQ(model.page(), 0);
+
+    model.setOperations(operations(3));
+    model.setHovered(1);
+    model.nextPage();
+    EXPECT_EQ(model.page(), 0);
+    EXPECT_EQ(model.hovered(), 1) << "one page: nothing changes";
+
+    // A page past the end (the list shrank) shows nothing rather than failing.
+    model.setOperations(operations(17));
+    model.setPage(2);
+    EXPECT_EQ(ids(model.pageOperations()), QStringList{"op.16"});
+    model.setPage(5);
+    EXPECT_TRUE(model.pageOperations().isEmpty());
+}
+
+TEST(WheelModel, HoveredOperationOnlyInsideThePageAndChangesAreAnnounced) {
+    WheelModel model;
+    QSignalSpy spy(&model, &WheelModel::changed);
+    model.setOperations(operations(10));
+    model.setHovered(2);
+    ASSERT_TRUE(model.hoveredOperation());
+    EXPECT_EQ(model.hoveredOperation()->id, "op.2");
+    model.setPage(1);
+    model.setHovered(1);
+    ASSERT_TRUE(model.hoveredOperation());
+    EXPECT_EQ(model.hoveredOperation()->id, "op.9");
+    model.setHovered(2); // an empty slot of the second page
+    EXPECT_EQ(model.hoveredOperation(), std::nullopt);
+    const qsizetype before = spy.size();
+    model.setHovered(2);
+    EXPECT_EQ(spy.size(), before) << "an unchanged value is no change";
+
+    EXPECT_EQ(WheelModel::labelForFiles({"/a/b/IMG_0412.heic"}), "IMG_0412.heic");
+    EXPECT_EQ(WheelModel::labelForFiles({"/a/x.jpg", "/a/y.jpg", "/b/z.pdf"}), "3 Dateien");
+
+    const auto demo = WheelModel::demo(WheelMode::convert, QStringLiteral("IMG.heic"));
+    EXPECT_EQ(demo->operations().size(), 6);
+    for (const FileOperation& op : demo->operations()) {
+        EXPECT_TRUE(op.id.startsWith("demo."));
+        EXPECT_EQ(op.detail, QStringLiteral("In %1 umwandeln").arg(op.title));
+    }
+    EXPECT_EQ(demo->fileLabel(), "IMG.heic");
+}
+
+TEST(WheelGeometry, HitTestFindsCentreSegmentsAndOutside) {
+    const WheelGeometry g;
+    using Z = WheelZone;
+    EXPECT_EQ(g.zone({0, 100}, 8, true), Z::segmentZone(0));
+    EXPECT_EQ(g.zone({100, 0}, 8, true), Z::segmentZone(2));
+    EXPECT_EQ(g.zone({0, -100}, 8, true), Z::segmentZone(4));
+    EXPECT_EQ(g.zone({-100, 0}, 8, true), Z::segmentZone(6));
+    EXPECT_EQ(g.zone(atAngle(22.4, 100), 8, true), Z::segmentZone(0));
+    EXPECT_EQ(g.zone(atAngle(22.6, 100), 8, true), Z::segmentZone(1));
+    EXPECT_EQ(g.zone(atAngle(-22.4, 100), 8, true), Z::segmentZone(0));
+    EXPECT_EQ(g.zone(atAngle(-22.6, 100), 8, true), Z::segmentZone(7));
+
+    // A flipped view (y down) mirrors the vertical axis.
+    EXPECT_EQ(g.zone({0, -100}, 8, false), Z::segmentZone(0));
+    EXPECT_EQ(g.zone({0, 100}, 8, false), Z::segmentZone(4));
+
+    EXPECT_EQ(g.zone({60, 0}, 8, true), Z::centerZone());
+    EXPECT_EQ(g.zone({0, 0}, 8, true), Z::centerZone());
+    EXPECT_EQ(g.zone({60.01, 0}, 8, true), Z::segmentZone(2));
+    EXPECT_EQ(g.zone({146, 0}, 8, true), Z::segmentZone(2));
+    EXPECT_EQ(g.zone({146.01, 0}, 8, true), Z::outsideZone());
+    EXPECT_EQ(g.zone({0, 100}, 0, true), Z::outsideZone());
+
+    // Four slots: quarters centred on the axes.
+    EXPECT_EQ(g.zone(atAngle(44, 100), 4, true), Z::segmentZone(0));
+    EXPECT_EQ(g.zone(atAngle(46, 100), 4, true), Z::segmentZone(1));
+    EXPECT_EQ(g.zone(atAngle(180, 100), 4, true), Z::segmentZone(2));
+
+    EXPECT_EQ(WheelGeometry::slots(0), 4);
+    EXPECT_EQ(WheelGeometry::slots(3), 4);
+    EXPECT_EQ(WheelGeometry::slots(6), 6);
+    EXPECT_EQ(WheelGeometry::slots(12), 8);
+}
+
+TEST(WheelGeometry, SegmentOutlineKeepsAConstantGapAndLabelsSitOnTheMiddleRadius) {
+    const WheelGeometry g;
+    const QRectF rect(0, 0, 300, 300);
+    const QPainterPath top = SegmentShape{0, 8, 60, 128, 5}.path(rect);
+    const QPainterPath right = SegmentShape{1, 8, 60, 128, 5}.path(rect);
+    EXPECT_EQ(top.elementCount(), 41 + 41 + 1);
+    EXPECT_TRUE(top.contains(QPointF(150, 150 - 94)));
+    EXPECT_FALSE(top.contains(QPointF(150, 150 - 50)));
+    EXPECT_FALSE(top.contains(QPointF(150, 150 - 130)));
+    EXPECT_FALSE(top.intersects(right));
+
+    // Along the border between segments 0 and 1 the gap is 5 wide at both radii.
+    const double border = std::numbers::pi / 8;
+    for (double radius : {62.0, 126.0}) {
+        const QPointF mid(150 + radius * std::sin(border), 150 - radius * std::cos(border));
+        const QPointF across(std::cos(border), std::sin(border)); // perpendicular, clockwise
+        EXPECT_FALSE(top.contains(mid - across * 2.3));
+        EXPECT_TRUE(top.contains(mid - across * 2.7));
+        EXPECT_FALSE(right.contains(mid + across * 2.3));
+        EXPECT_TRUE(right.contains(mid + across * 2.7));
+    }
+
+    const QPointF label0 = g.labelCenter(0, 8);
+    EXPECT_NEAR(label0.x(), 150, 1e-9);
+    EXPECT_NEAR(label0.y(), 56, 1e-9);
+    const QPointF label2 = g.labelCenter(2, 8);
+    EXPECT_NEAR(label2.x(), 244, 1e-9);
+    EXPECT_NEAR(label2.y(), 150, 1e-9);
+}
