@@ -83,8 +83,9 @@ TEST(Toast, HidesAfterItsTimeAndANewStateReplacesItInPlace) {
     QSignalSpy visibility(&toast.model(), &ToastModel::visibleChanged);
     ASSERT_TRUE(visibility.wait(4000));
     EXPECT_FALSE(toast.model().visible());
-    EXPECT_GE(clock.elapsed(), 2600 - 50);
-    EXPECT_LE(clock.elapsed(), 2600 + 600);
+    // Qt's coarse timers may fire up to 5 % early.
+    EXPECT_GE(clock.elapsed(), 2600 * 95 / 100 - 10);
+    EXPECT_LE(clock.elapsed(), 2600 + 1500);
     // The panel leaves a moment after the fade starts; a show in between keeps it.
     EXPECT_TRUE(toast.isShown());
     QTest::qWait(ToastController::orderOutMs + 150);
