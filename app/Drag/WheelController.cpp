@@ -1,5 +1,6 @@
 #include "WheelController.h"
 
+#include "Platform/DesktopInput.h"
 #include "UI/FloatingPanel.h"
 #include "WheelDropView.h"
 #include "WheelView.h"
@@ -61,6 +62,7 @@ void WheelController::ensurePanel() {
     panel_->setWindowTitle(QStringLiteral("Tramix"));
     view_ = new WheelView(model_, geometry_, panel_.get());
     view_->setOpaque(!panel_->translucent());
+    copyAnswer_ = Desktop::answerDropsWithCopy(panel_->winId());
     dropView_ = new WheelDropView(model_, geometry_, panel_.get());
     dropView_->setGeometry(0, 0, size, size);
     dropView_->log = [this](const QString& message) { write(message); };

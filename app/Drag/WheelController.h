@@ -58,6 +58,7 @@ private:
     std::unique_ptr<FloatingPanel> panel_;
     WheelView* view_ = nullptr;
     WheelDropView* dropView_ = nullptr;
+    std::shared_ptr<void> copyAnswer_;
     QTimer hideWork_;
     QTimer orderOut_;
     bool awaitingFirstPaint_ = false;

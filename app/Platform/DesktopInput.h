@@ -51,6 +51,11 @@ std::unique_ptr<DesktopInput> createInput();
 // Whether a compositing manager runs, so translucent windows are blended instead of black.
 bool compositorRunning();
 
+// Makes drops on `window` offer "copy" to the drag source whatever the source proposes, so a
+// source that offers only "move" (GTK with Shift held) is never told its files were moved. The
+// guard lasts as long as the returned handle.
+std::shared_ptr<void> answerDropsWithCopy(unsigned long long window);
+
 } // namespace Desktop
 
 } // namespace tramix
