@@ -39,8 +39,10 @@ public:
     // every keystroke typed anywhere.
     virtual void setWatchingKeys(bool watching) = 0;
 
-    // Called on the main thread, never from inside another call of this interface.
-    std::function<void(Event)> onEvent;
+    // Called on the main thread, never from inside another call of this interface. With
+    // `keyChanged` comes the modifier state right after that key event (keys pressed at the same
+    // moment arrive as one change), so a short tap is seen even when it is handled late.
+    std::function<void(Event, std::uint32_t modifierFlags)> onEvent;
 };
 
 namespace Desktop {
