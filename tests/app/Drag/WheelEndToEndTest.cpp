@@ -283,3 +283,30 @@ TEST(WheelEndToEndDesktop, KeyPressToVisibleWheelOverTwentyOpenings) {
     EXPECT_LT(median, 100);
     EXPECT_LT(millis.back(), 400);
 }
+
+TEST(WheelEndToEndDesktop, InHoldActivationTheWheelFollowsTheKey) {
+    SyntheticInput input;
+    if (qEnvironmentVariableIsEmpty("DISPLAY") || !input.available())
+        GTEST_SKIP() << "needs an X display with XTEST";
+    TestFolder folder;
+    auto host = startWheelHost({"--activation", "hold"});
+    ASSERT_TRUE(host);
+    Source source = startSource(SourceKit::qt, {folder.file("Notiz.pdf")});
+    const QPoint open(800, 450);
+
+    // A key already held when the drag is recognised opens the wheel at once.
+    input.keys({"Control_L"}, true);
+    beginDrag(input, source, open);
+    const auto shown = waitShown(*host);
+    ASSERT_TRUE(shown);
+    EXPECT_TRUE(anyMatch(host->allLines(), QRegularExpression("^state visible=1 mode=actions")));
+    input.keys({"Control_L"}, false);
+    EXPECT_TRUE(host->waitFor(hiddenLine, 1000)) << "letting go closes it";
+
+    input.keys({"Shift_L"}, true);
+    EXPECT_TRUE(waitShown(*host));
+    input.keys({"Shift_L"}, false);
+    EXPECT_TRUE(host->waitFor(hiddenLine, 1000));
+    input.glide(open, {1500, 900}, 4);
+    input.button(false);
+}
