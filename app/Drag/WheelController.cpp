@@ -5,6 +5,7 @@
 #include "WheelDropView.h"
 #include "WheelView.h"
 
+#include <QApplication>
 #include <QCursor>
 #include <QEvent>
 #include <QGuiApplication>
@@ -53,6 +54,15 @@ WheelController::WheelController(QObject* parent)
 }
 
 WheelController::~WheelController() = default;
+
+void WheelController::prepare() {
+    if (!qobject_cast<QApplication*>(QCoreApplication::instance()))
+        return;
+    ensurePanel();
+    // The first opening would otherwise pay for the native window, fonts and glyphs.
+    panel_->winId();
+    view_->grab();
+}
 
 void WheelController::ensurePanel() {
     if (panel_)

@@ -108,6 +108,9 @@ int main(int argc, char** argv) {
             say(state);
         last = state;
     });
+    wheel.prepare();
+    // The first catalogue question starts the image library; the app asks once at start too.
+    OperationRegistry::convertOperations({QStringLiteral("warm-up.jpg")});
     if (!monitor.start()) {
         say(QStringLiteral("unavailable"));
         return 1;

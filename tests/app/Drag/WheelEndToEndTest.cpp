@@ -273,6 +273,10 @@ TEST(WheelEndToEndDesktop, KeyPressToVisibleWheelOverTwentyOpenings) {
     }
     input.glide(open, {1500, 900}, 4);
     input.button(false);
+    std::cout << "key press to visible wheel, in order (ms):";
+    for (double ms : millis)
+        std::cout << ' ' << std::lround(ms);
+    std::cout << '\n';
     std::sort(millis.begin(), millis.end());
     const double median = (millis[9] + millis[10]) / 2;
     std::cout << "key press to visible wheel: median " << median << " ms, worst " << millis.back()
