@@ -72,6 +72,7 @@ struct X11DesktopInput::Connection {
         Event event;
         std::uint32_t flags = 0;
         Time time = 0;
+        bool press = false; // a key change made of presses only
         std::chrono::steady_clock::time_point queued = std::chrono::steady_clock::now();
     };
     // Keys pressed together may reach us in separate reads; a key change waits this long for a
@@ -160,13 +161,14 @@ struct X11DesktopInput::Connection {
             if (!stillDown)
                 keyFlags &= ~bit;
         }
-        // Presses at the same moment count as one change, as they would in one poll.
+        // Presses at the same moment count as one change, as they would in one poll; a press
+        // right after a release is a new change however close.
         if (down && !pending.empty() && pending.back().event == Event::keyChanged &&
-            time - pending.back().time <= 2 && (pending.back().flags & ~keyFlags) == 0) {
+            pending.back().press && time - pending.back().time <= 2) {
             pending.back().flags = keyFlags;
             return;
         }
-        pending.push_back({Event::keyChanged, keyFlags, time});
+        pending.push_back({Event::keyChanged, keyFlags, time, down});
     }
 
     void selectRawEvents() {

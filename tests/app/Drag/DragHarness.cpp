@@ -10,7 +10,7 @@ namespace tramix::test {
 ChildProcess::ChildProcess(const QString& program, const QStringList& args) {
     process_.setProgram(program);
     process_.setArguments(args);
-    process_.setProcessChannelMode(QProcess::SeparateChannels);
+    process_.setProcessChannelMode(QProcess::MergedChannels);
     process_.start();
 }
 
