@@ -29,7 +29,9 @@ bool DragMonitor::start() {
     }
     started_ = true;
     baseline_ = input_->dragChangeCount();
-    input_->onEvent = [this](DesktopInput::Event event) { handleEvent(event); };
+    input_->onEvent = [this](DesktopInput::Event event, std::uint32_t flags) {
+        handleEvent(event, flags);
+    };
     idleTimer_.start();
     return true;
 }
@@ -44,7 +46,7 @@ void DragMonitor::stop() {
     started_ = false;
 }
 
-void DragMonitor::handleEvent(DesktopInput::Event event) {
+void DragMonitor::handleEvent(DesktopInput::Event event, std::uint32_t flags) {
     switch (event) {
     case DesktopInput::Event::leftButtonDown:
         // A new click invalidates whatever an earlier drag left behind.
@@ -59,7 +61,7 @@ void DragMonitor::handleEvent(DesktopInput::Event event) {
         break;
     case DesktopInput::Event::keyChanged:
         if (isFileDrag_)
-            handle(input_->pointer().modifierFlags);
+            handle(flags);
         break;
     }
 }

@@ -1,9 +1,11 @@
 #include "WheelController.h"
 
+#include "Platform/DesktopInput.h"
 #include "UI/FloatingPanel.h"
 #include "WheelDropView.h"
 #include "WheelView.h"
 
+#include <QApplication>
 #include <QCursor>
 #include <QEvent>
 #include <QGuiApplication>
@@ -53,6 +55,15 @@ WheelController::WheelController(QObject* parent)
 
 WheelController::~WheelController() = default;
 
+void WheelController::prepare() {
+    if (!qobject_cast<QApplication*>(QCoreApplication::instance()))
+        return;
+    ensurePanel();
+    // The first opening would otherwise pay for the native window, fonts and glyphs.
+    panel_->winId();
+    view_->grab();
+}
+
 void WheelController::ensurePanel() {
     if (panel_)
         return;
@@ -61,6 +72,7 @@ void WheelController::ensurePanel() {
     panel_->setWindowTitle(QStringLiteral("Tramix"));
     view_ = new WheelView(model_, geometry_, panel_.get());
     view_->setOpaque(!panel_->translucent());
+    copyAnswer_ = Desktop::answerDropsWithCopy(panel_->winId());
     dropView_ = new WheelDropView(model_, geometry_, panel_.get());
     dropView_->setGeometry(0, 0, size, size);
     dropView_->log = [this](const QString& message) { write(message); };

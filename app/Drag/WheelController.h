@@ -33,6 +33,10 @@ public:
     // Told once per opening, when the wheel is first painted on screen.
     std::function<void()> onShown;
 
+    // Builds the panel ahead of its first use, so the first opening is as quick as the others.
+    // Does nothing without a widget application.
+    void prepare();
+
     void show(WheelMode mode, ModifierKey key, const QList<FileOperation>& operations,
               const QStringList& paths, bool toggle);
     void hide(double afterSeconds);
@@ -58,6 +62,7 @@ private:
     std::unique_ptr<FloatingPanel> panel_;
     WheelView* view_ = nullptr;
     WheelDropView* dropView_ = nullptr;
+    std::shared_ptr<void> copyAnswer_;
     QTimer hideWork_;
     QTimer orderOut_;
     bool awaitingFirstPaint_ = false;

@@ -31,14 +31,14 @@ WheelDropView::WheelDropView(WheelModel& model, const WheelGeometry& geometry, Q
     clock_.start();
     restTimer_.setInterval(restIntervalMs);
     restTimer_.setTimerType(Qt::PreciseTimer);
-    connect(&restTimer_, &QTimer::timeout, this, [this] { update(lastPosition_); });
+    connect(&restTimer_, &QTimer::timeout, this, [this] { track(lastPosition_); });
 }
 
 double WheelDropView::now() const {
     return double(clock_.nsecsElapsed()) / 1e9;
 }
 
-bool WheelDropView::update(QPointF position) {
+bool WheelDropView::track(QPointF position) {
     lastPosition_ = position;
     const QPointF fromCenter = position - QPointF(width() / 2.0, height() / 2.0);
     const int slots = model_.slots();
@@ -78,12 +78,12 @@ void WheelDropView::dragEnterEvent(QDragEnterEvent* event) {
     // Entering is always welcome, so the moves that follow reach us; each move decides.
     event->setDropAction(Qt::CopyAction);
     event->accept();
-    if (update(event->position()))
+    if (track(event->position()))
         event->acceptProposedAction();
 }
 
 void WheelDropView::dragMoveEvent(QDragMoveEvent* event) {
-    if (update(event->position())) {
+    if (track(event->position())) {
         // The status must name an action the source offers, or the source will not drop; the
         // drop itself then answers with one that never moves.
         event->setDropAction((event->possibleActions() & Qt::CopyAction) ? Qt::CopyAction
@@ -102,7 +102,7 @@ void WheelDropView::dragLeaveEvent(QDragLeaveEvent*) {
 
 void WheelDropView::dropEvent(QDropEvent* event) {
     restTimer_.stop();
-    const bool onSegment = update(event->position());
+    const bool onSegment = track(event->position());
     centerHoverStart_.reset();
     const std::optional<FileOperation> op = model_.hoveredOperation();
     const QStringList paths = localFiles(event->mimeData());

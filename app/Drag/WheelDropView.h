@@ -28,7 +28,7 @@ public:
 
     // Whether a drop at `position` (in this view) would be taken; updates the hover and the
     // centre dwell on the way.
-    bool update(QPointF position);
+    bool track(QPointF position);
 
     // Never report "move" back to the source: whatever it offered, its files stay where they are.
     static Qt::DropAction safeAction(Qt::DropActions offered, Qt::DropAction proposed);

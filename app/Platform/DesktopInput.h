@@ -39,8 +39,10 @@ public:
     // every keystroke typed anywhere.
     virtual void setWatchingKeys(bool watching) = 0;
 
-    // Called on the main thread, never from inside another call of this interface.
-    std::function<void(Event)> onEvent;
+    // Called on the main thread, never from inside another call of this interface. With
+    // `keyChanged` comes the modifier state right after that key event (keys pressed at the same
+    // moment arrive as one change), so a short tap is seen even when it is handled late.
+    std::function<void(Event, std::uint32_t modifierFlags)> onEvent;
 };
 
 namespace Desktop {
@@ -50,6 +52,11 @@ std::unique_ptr<DesktopInput> createInput();
 
 // Whether a compositing manager runs, so translucent windows are blended instead of black.
 bool compositorRunning();
+
+// Makes drops on `window` offer "copy" to the drag source whatever the source proposes, so a
+// source that offers only "move" (GTK with Shift held) is never told its files were moved. The
+// guard lasts as long as the returned handle.
+std::shared_ptr<void> answerDropsWithCopy(unsigned long long window);
 
 } // namespace Desktop
 

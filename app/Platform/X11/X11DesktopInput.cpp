@@ -3,12 +3,16 @@
 #include "App/ModifierKey.h"
 
 #include <QSocketNotifier>
+#include <QTimer>
 #include <QUrl>
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/extensions/XInput2.h>
 #include <X11/extensions/Xfixes.h>
+#include <array>
+#include <chrono>
 #include <deque>
+#include <utility>
 
 namespace tramix {
 
@@ -64,9 +68,23 @@ struct X11DesktopInput::Connection {
     std::uint64_t answerFor = 0;    // change count the kept answer belongs to
     QStringList answer;
 
-    std::deque<Event> pending;
+    struct Pending {
+        Event event;
+        std::uint32_t flags = 0;
+        Time time = 0;
+        bool press = false; // a key change made of presses only
+        std::chrono::steady_clock::time_point queued = std::chrono::steady_clock::now();
+    };
+    // Keys pressed together may reach us in separate reads; a key change waits this long for a
+    // partner before it is handed on.
+    static constexpr auto keySettle = std::chrono::milliseconds(3);
+    QTimer settleTimer;
+    std::deque<Pending> pending;
+    std::array<std::uint32_t, 256> keyFlag{}; // the modifier bit of each keycode, if any
+    std::array<bool, 256> keyDown{};
+    std::uint32_t keyFlags = 0;
     bool dispatching = false;
-    std::function<void(Event)>* onEvent = nullptr;
+    std::function<void(Event, std::uint32_t)>* onEvent = nullptr;
 
     ~Connection() {
         notifier.reset();
@@ -78,6 +96,9 @@ struct X11DesktopInput::Connection {
     }
 
     bool open() {
+        settleTimer.setSingleShot(true);
+        settleTimer.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&settleTimer, &QTimer::timeout, [this] { drain(); });
         display = XOpenDisplay(nullptr);
         if (!display)
             return false;
@@ -96,9 +117,58 @@ struct X11DesktopInput::Connection {
         uriList = XInternAtom(display, "text/uri-list", False);
         property = XInternAtom(display, "TRAMIX_DRAG_FILES", False);
         incr = XInternAtom(display, "INCR", False);
+        readModifierKeys();
         XFixesSelectSelectionInput(display, root, xdndSelection, XFixesSetSelectionOwnerNotifyMask);
         selectRawEvents();
         return true;
+    }
+
+    void readModifierKeys() {
+        XModifierKeymap* map = XGetModifierMapping(display);
+        if (!map)
+            return;
+        const std::pair<int, ModifierKey> bound[] = {{ShiftMapIndex, ModifierKey::shift},
+                                                     {ControlMapIndex, ModifierKey::control},
+                                                     {Mod1MapIndex, ModifierKey::option},
+                                                     {Mod4MapIndex, ModifierKey::command}};
+        for (const auto& [index, key] : bound) {
+            for (int i = 0; i < map->max_keypermod; ++i) {
+                const KeyCode code = map->modifiermap[index * map->max_keypermod + i];
+                if (code != 0)
+                    keyFlag[code] = key.flag();
+            }
+        }
+        XFreeModifiermap(map);
+    }
+
+    // The key state starts from the server's and then follows the raw events one by one.
+    void resetKeys(unsigned int mask) {
+        keyDown.fill(false);
+        keyFlags = modifierFlags(mask);
+    }
+
+    void keyEvent(int code, bool down, Time time) {
+        if (code < 0 || code >= int(keyFlag.size()) || keyFlag[code] == 0)
+            return;
+        keyDown[code] = down;
+        const std::uint32_t bit = keyFlag[code];
+        if (down) {
+            keyFlags |= bit;
+        } else {
+            bool stillDown = false; // the other Shift, say
+            for (std::size_t other = 0; other < keyFlag.size(); ++other)
+                stillDown = stillDown || (keyFlag[other] == bit && keyDown[other]);
+            if (!stillDown)
+                keyFlags &= ~bit;
+        }
+        // Presses at the same moment count as one change, as they would in one poll; a press
+        // right after a release is a new change however close.
+        if (down && !pending.empty() && pending.back().event == Event::keyChanged &&
+            pending.back().press && time - pending.back().time <= 2) {
+            pending.back().flags = keyFlags;
+            return;
+        }
+        pending.push_back({Event::keyChanged, keyFlags, time, down});
     }
 
     void selectRawEvents() {
@@ -124,10 +194,16 @@ struct X11DesktopInput::Connection {
             return;
         dispatching = true;
         while (!pending.empty()) {
-            const Event next = pending.front();
+            const auto age = std::chrono::steady_clock::now() - pending.front().queued;
+            if (pending.front().event == Event::keyChanged && age < keySettle) {
+                settleTimer.start(
+                    int(std::chrono::ceil<std::chrono::milliseconds>(keySettle - age).count()));
+                break;
+            }
+            const Pending next = pending.front();
             pending.pop_front();
             if (onEvent && *onEvent)
-                (*onEvent)(next);
+                (*onEvent)(next.event, next.flags);
         }
         dispatching = false;
     }
@@ -138,7 +214,7 @@ struct X11DesktopInput::Connection {
             if (notify.selection == xdndSelection && notify.owner != None) {
                 ++changeCount;
                 selectionTime = notify.selection_timestamp;
-                pending.push_back(Event::dragDataChanged);
+                pending.push_back({Event::dragDataChanged});
             }
         } else if (event.type == GenericEvent && event.xcookie.extension == xiOpcode) {
             handleRaw(event.xcookie);
@@ -154,15 +230,15 @@ struct X11DesktopInput::Connection {
         switch (cookie.evtype) {
         case XI_RawButtonPress:
             if (raw->detail == 1)
-                pending.push_back(Event::leftButtonDown);
+                pending.push_back({Event::leftButtonDown});
             break;
         case XI_RawButtonRelease:
             if (raw->detail == 1)
-                pending.push_back(Event::leftButtonUp);
+                pending.push_back({Event::leftButtonUp});
             break;
         case XI_RawKeyPress:
         case XI_RawKeyRelease:
-            pending.push_back(Event::keyChanged);
+            keyEvent(raw->detail, cookie.evtype == XI_RawKeyPress, raw->time);
             break;
         }
         XFreeEventData(display, &cookie);
@@ -179,7 +255,7 @@ struct X11DesktopInput::Connection {
         answer.clear();
         if (event.property != None)
             answer = localFiles(readProperty(event.property));
-        pending.push_back(Event::dragDataChanged);
+        pending.push_back({Event::dragDataChanged});
     }
 
     QByteArray readProperty(Atom name) {
@@ -267,8 +343,16 @@ std::optional<QStringList> X11DesktopInput::dragFilePaths() {
 void X11DesktopInput::setWatchingKeys(bool watching) {
     if (!connection_ || connection_->watchingKeys == watching)
         return;
-    connection_->watchingKeys = watching;
-    connection_->selectRawEvents();
+    Connection& c = *connection_;
+    c.watchingKeys = watching;
+    if (watching) {
+        Window rootReturn = 0, child = 0;
+        int rootX = 0, rootY = 0, winX = 0, winY = 0;
+        unsigned int mask = 0;
+        XQueryPointer(c.display, c.root, &rootReturn, &child, &rootX, &rootY, &winX, &winY, &mask);
+        c.resetKeys(mask);
+    }
+    c.selectRawEvents(); // events read meanwhile are handed on at the next drain
 }
 
 } // namespace tramix

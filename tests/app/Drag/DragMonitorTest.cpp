@@ -27,7 +27,7 @@ struct FakeInput : DesktopInput {
     }
     void setWatchingKeys(bool watching) override { watchingKeys = watching; }
 
-    void send(Event event) { onEvent(event); }
+    void send(Event event) { onEvent(event, state.modifierFlags); }
     void press() {
         state.leftButton = true;
         send(Event::leftButtonDown);

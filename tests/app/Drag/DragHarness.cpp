@@ -1,0 +1,145 @@
+#include "DragHarness.h"
+
+#include <QElapsedTimer>
+#include <QThread>
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+
+namespace tramix::test {
+
+ChildProcess::ChildProcess(const QString& program, const QStringList& args) {
+    process_.setProgram(program);
+    process_.setArguments(args);
+    process_.setProcessChannelMode(QProcess::MergedChannels);
+    process_.start();
+}
+
+ChildProcess::~ChildProcess() {
+    if (process_.state() != QProcess::NotRunning) {
+        process_.terminate();
+        if (!process_.waitForFinished(2000)) {
+            process_.kill();
+            process_.waitForFinished(2000);
+        }
+    }
+}
+
+void ChildProcess::readAvailable() {
+    while (process_.canReadLine())
+        all_.append(QString::fromUtf8(process_.readLine()).remove(QChar(0)).trimmed());
+}
+
+std::optional<QRegularExpressionMatch> ChildProcess::waitFor(const QRegularExpression& pattern,
+                                                             int timeoutMs) {
+    QElapsedTimer timer;
+    timer.start();
+    while (true) {
+        readAvailable();
+        while (next_ < all_.size()) {
+            const QRegularExpressionMatch match = pattern.match(all_[next_++]);
+            if (match.hasMatch())
+                return match;
+        }
+        const qint64 left = timeoutMs - timer.elapsed();
+        if (left <= 0)
+            return std::nullopt;
+        process_.waitForReadyRead(int(std::min<qint64>(left, 50)));
+    }
+}
+
+QStringList ChildProcess::linesFor(int ms) {
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < ms)
+        process_.waitForReadyRead(int(std::max<qint64>(1, ms - timer.elapsed())));
+    readAvailable();
+    const QStringList lines = all_.mid(next_);
+    next_ = all_.size();
+    return lines;
+}
+
+SyntheticInput::SyntheticInput() {
+    int event = 0, error = 0, major = 0, minor = 0;
+    // A busy server may refuse a connection for a moment.
+    for (int attempt = 0; attempt < 20 && !display_; ++attempt) {
+        display_ = XOpenDisplay(nullptr);
+        if (!display_)
+            QThread::msleep(100);
+    }
+    if (display_ && !XTestQueryExtension(display_, &event, &error, &major, &minor)) {
+        XCloseDisplay(display_);
+        display_ = nullptr;
+    }
+}
+
+SyntheticInput::~SyntheticInput() {
+    if (display_)
+        XCloseDisplay(display_);
+}
+
+void SyntheticInput::moveTo(QPoint point) {
+    XTestFakeMotionEvent(display_, -1, point.x(), point.y(), CurrentTime);
+    XSync(display_, False);
+}
+
+void SyntheticInput::glide(QPoint from, QPoint to, int steps, int pauseMs) {
+    for (int i = 1; i <= steps; ++i) {
+        moveTo(from + (to - from) * i / steps);
+        QThread::msleep(pauseMs);
+    }
+}
+
+void SyntheticInput::button(bool down) {
+    XTestFakeButtonEvent(display_, 1, down, CurrentTime);
+    XSync(display_, False);
+}
+
+void SyntheticInput::keys(const QStringList& names, bool down) {
+    for (const QString& name : names) {
+        const KeySym sym = XStringToKeysym(name.toLatin1().constData());
+        XTestFakeKeyEvent(display_, XKeysymToKeycode(display_, sym), down, CurrentTime);
+    }
+    XSync(display_, False);
+}
+
+QPoint SyntheticInput::pointer() {
+    Window root = 0, child = 0;
+    int x = 0, y = 0, wx = 0, wy = 0;
+    unsigned int mask = 0;
+    XQueryPointer(display_, DefaultRootWindow(display_), &root, &child, &x, &y, &wx, &wy, &mask);
+    return {x, y};
+}
+
+std::unique_ptr<ChildProcess> startWheelHost(const QStringList& args) {
+    auto host = std::make_unique<ChildProcess>(QStringLiteral(WHEEL_HOST_BINARY), args);
+    if (!host->waitFor(QRegularExpression("^ready$"), 10000))
+        return nullptr;
+    return host;
+}
+
+Source startSource(SourceKit kit, const QStringList& files, bool text) {
+    QStringList args;
+    if (text)
+        args.append(QStringLiteral("--text"));
+    args.append(files);
+    const QString program = kit == SourceKit::qt ? QStringLiteral(QT_DRAG_SOURCE_BINARY)
+                                                 : QStringLiteral(GTK_DRAG_SOURCE_BINARY);
+    Source source{std::make_unique<ChildProcess>(program, args), {}};
+    if (const auto ready =
+            source.process->waitFor(QRegularExpression("^ready (\\d+) (\\d+)$"), 10000))
+        source.center = {ready->captured(1).toInt(), ready->captured(2).toInt()};
+    // Give the window a moment to be mapped and take input.
+    QThread::msleep(200);
+    return source;
+}
+
+void beginDrag(SyntheticInput& input, const Source& source, QPoint to) {
+    input.moveTo(source.center);
+    QThread::msleep(50);
+    input.button(true);
+    QThread::msleep(50);
+    input.glide(source.center, to, 12, 20);
+    QThread::msleep(100);
+}
+
+} // namespace tramix::test

@@ -1,0 +1,97 @@
+// A GTK 3 application that drags files (or text, with --text) out of its window. It offers copy
+// and move and deletes the files when the target asks it to ("drag-data-delete") or when the
+// drag ends with "move", as a file manager would, so a test can see that the wheel never does.
+//   GtkDragSource [--text] files…
+// Prints "ready X Y" (the window's centre on screen) and, after each drag, "result ACTION".
+#include <cstdio>
+#include <cstring>
+#include <gtk/gtk.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::vector<std::string> files;
+bool textOnly = false;
+
+void removeFiles() {
+    for (const std::string& file : files)
+        std::remove(file.c_str());
+}
+
+void dataGet(GtkWidget*, GdkDragContext*, GtkSelectionData* data, guint info, guint, gpointer) {
+    if (info == 1) {
+        const char* text = "just some text";
+        gtk_selection_data_set_text(data, text, int(std::strlen(text)));
+        return;
+    }
+    std::vector<gchar*> uris;
+    for (const std::string& file : files)
+        uris.push_back(g_filename_to_uri(file.c_str(), nullptr, nullptr));
+    uris.push_back(nullptr);
+    gtk_selection_data_set_uris(data, uris.data());
+    for (gchar* uri : uris)
+        g_free(uri);
+}
+
+void dataDelete(GtkWidget*, GdkDragContext*, gpointer) {
+    std::printf("delete requested\n");
+    removeFiles();
+}
+
+void dragEnd(GtkWidget*, GdkDragContext* context, gpointer) {
+    const GdkDragAction action = gdk_drag_context_get_selected_action(context);
+    const char* name = action == GDK_ACTION_MOVE   ? "move"
+                       : action == GDK_ACTION_COPY ? "copy"
+                                                   : "none";
+    if (action == GDK_ACTION_MOVE)
+        removeFiles();
+    std::printf("result %s\n", name);
+    std::fflush(stdout);
+}
+
+gboolean dragFailed(GtkWidget*, GdkDragContext*, GtkDragResult, gpointer) {
+    std::printf("failed\n");
+    std::fflush(stdout);
+    return TRUE; // no snap-back animation
+}
+
+void mapped(GtkWidget* window, GdkEvent*, gpointer) {
+    int x = 0, y = 0, w = 0, h = 0;
+    gtk_window_get_position(GTK_WINDOW(window), &x, &y);
+    gtk_window_get_size(GTK_WINDOW(window), &w, &h);
+    std::printf("ready %d %d\n", x + w / 2, y + h / 2);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    gtk_init(&argc, &argv);
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--text") == 0)
+            textOnly = true;
+        else
+            files.emplace_back(argv[i]);
+    }
+    GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    gtk_window_set_title(GTK_WINDOW(window), "GtkDragSource");
+    gtk_window_set_default_size(GTK_WINDOW(window), 160, 160);
+    gtk_window_move(GTK_WINDOW(window), 40, 40);
+    GtkWidget* area = gtk_event_box_new();
+    gtk_container_add(GTK_CONTAINER(window), area);
+
+    GtkTargetEntry uriTarget{const_cast<gchar*>("text/uri-list"), 0, 0};
+    GtkTargetEntry textTarget{const_cast<gchar*>("text/plain"), 0, 1};
+    gtk_drag_source_set(area, GDK_BUTTON1_MASK, textOnly ? &textTarget : &uriTarget, 1,
+                        GdkDragAction(GDK_ACTION_COPY | GDK_ACTION_MOVE));
+    g_signal_connect(area, "drag-data-get", G_CALLBACK(dataGet), nullptr);
+    g_signal_connect(area, "drag-data-delete", G_CALLBACK(dataDelete), nullptr);
+    g_signal_connect(area, "drag-end", G_CALLBACK(dragEnd), nullptr);
+    g_signal_connect(area, "drag-failed", G_CALLBACK(dragFailed), nullptr);
+    g_signal_connect(window, "map-event", G_CALLBACK(mapped), nullptr);
+    g_signal_connect(window, "destroy", G_CALLBACK(gtk_main_quit), nullptr);
+    gtk_widget_show_all(window);
+    gtk_main();
+    return 0;
+}
