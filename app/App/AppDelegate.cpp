@@ -1,15 +1,15 @@
 #include "AppDelegate.h"
 
-#include "Actions/FileActions.h"
 #include "App/AppSettings.h"
 #include "App/DebugLog.h"
-#include "Converters/VisionTools.h"
 #include "App/History.h"
 #include "App/UILanguage.h"
 #include "ConversionError.h"
+#include "Converters/VisionTools.h"
 #include "Design/AppIcon.h"
 #include "Design/TrayIcon.h"
-#include "OperationRegistry.h"
+#include "Drag/WheelOperations.h"
+#include "Drag/WheelWiring.h"
 #include "UI/FileReveal.h"
 #include "UI/MenuView.h"
 #include "UI/StatusMenuPanel.h"
@@ -18,26 +18,10 @@
 #include <QClipboard>
 #include <QCursor>
 #include <QGuiApplication>
-#include <QPointer>
 #include <QScreen>
+#include <QTimer>
 
 namespace tramix {
-
-namespace {
-
-QList<FileOperation> operationsFor(WheelMode mode, const QStringList& paths) {
-    switch (mode) {
-    case WheelMode::convert:
-        return OperationRegistry::convertOperations(paths);
-    case WheelMode::tools:
-        return OperationRegistry::toolOperations(paths);
-    case WheelMode::actions:
-        return FileActions::operations();
-    }
-    return {};
-}
-
-} // namespace
 
 AppDelegate::AppDelegate(QObject* parent)
     : AppDelegate(AppSettings::shared(), History::shared(), parent) {}
@@ -61,28 +45,17 @@ void AppDelegate::start() {
     VisionTools::setClipboardHook(
         [](const QString& text) { QApplication::clipboard()->setText(text); });
 
-    QPointer<AppDelegate> self(this);
     monitor_.log = DebugLog::write;
     wheel_.log = DebugLog::write;
-    monitor_.onPress = [self](ModifierKey key, const QStringList& paths) {
-        if (self)
-            self->pressed(key, paths);
+    WheelWiring::connect(monitor_, wheel_, bindings());
+    wheel_.onDrop = [this](const FileOperation& operation, const QStringList& paths, QPoint at) {
+        jobs_.run(operation, paths, at);
     };
-    monitor_.onRelease = [self](ModifierKey key) {
-        if (self)
-            self->released(key);
-    };
-    monitor_.treatHeldKeyAsPress = [self] {
-        return self && self->settings_.activation() == WheelActivation::hold;
-    };
-    monitor_.onDragEnded = [self] {
-        if (self)
-            self->wheel_.hide(0.25);
-    };
-    wheel_.onDrop = [self](const FileOperation& operation, const QStringList& paths, QPoint at) {
-        if (self)
-            self->jobs_.run(operation, paths, at);
-    };
+    // The first wheel should open within a frame of its key: build the panel now, and let the
+    // catalogue start libvips once the event loop runs.
+    wheel_.prepare();
+    QTimer::singleShot(
+        0, this, [] { wheelOperations(WheelMode::convert, {QStringLiteral("warm-up.jpg")}); });
 
     if (!monitor_.start())
         menu_->view().setNotice(UILanguage::text(
@@ -130,19 +103,17 @@ void AppDelegate::setUpStatusItem() {
     tray_.show();
 }
 
+WheelBindings AppDelegate::bindings() const {
+    return {[this](ModifierKey key) { return settings_.mode(key); },
+            [this] { return settings_.activation(); }, wheelOperations};
+}
+
 void AppDelegate::pressed(ModifierKey key, const QStringList& paths) {
-    const std::optional<WheelMode> mode = settings_.mode(key);
-    if (!mode)
-        return;
-    wheel_.show(*mode, key, operationsFor(*mode, paths), paths,
-                settings_.activation() == WheelActivation::toggle);
+    WheelWiring::press(wheel_, bindings(), key, paths);
 }
 
 void AppDelegate::released(ModifierKey key) {
-    if (settings_.activation() != WheelActivation::hold)
-        return;
-    if (wheel_.isUp() && wheel_.model().visible() && wheel_.model().key() == key)
-        wheel_.hide(0.15);
+    WheelWiring::release(wheel_, bindings(), key);
 }
 
 QRect AppDelegate::trayAnchor() const {

@@ -5,6 +5,7 @@
 #include "App/ModifierKey.h"
 #include "Drag/DragMonitor.h"
 #include "Drag/WheelController.h"
+#include "Drag/WheelWiring.h"
 #include "Jobs/JobCenter.h"
 
 #include <QElapsedTimer>
@@ -43,6 +44,7 @@ public:
 
 private:
     void setUpStatusItem();
+    WheelBindings bindings() const;
     QRect trayAnchor() const;
 
     AppSettings& settings_;

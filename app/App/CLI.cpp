@@ -1,6 +1,5 @@
 #include "CLI.h"
 
-#include "Actions/FileActions.h"
 #include "App/AppSettings.h"
 #include "App/History.h"
 #include "App/UILanguage.h"
@@ -8,6 +7,7 @@
 #include "Design/AppIcon.h"
 #include "Design/TrayIcon.h"
 #include "Drag/WheelModel.h"
+#include "Drag/WheelOperations.h"
 #include "Drag/WheelView.h"
 #include "DurationText.h"
 #include "JobRunner.h"
@@ -43,13 +43,9 @@ QStringList filePaths(const QStringList& args) {
 void list(const QStringList& args, QTextStream& out) {
     if (args.size() < 3)
         fail(QStringLiteral("--list <convert|tools|actions> <dateien…>"));
-    const QString& mode = args[1];
-    const QStringList paths = filePaths(args.mid(2));
-    const QList<FileOperation> operations =
-        mode == u"tools"     ? OperationRegistry::toolOperations(paths)
-        : mode == u"actions" ? FileActions::operations()
-                             : OperationRegistry::convertOperations(paths);
-    for (const FileOperation& operation : operations)
+    // An unknown mode word lists the conversions.
+    const WheelMode mode = WheelMode::fromRawValue(args[1]).value_or(WheelMode::convert);
+    for (const FileOperation& operation : wheelOperations(mode, filePaths(args.mid(2))))
         out << operation.id << '\t' << operation.title << '\t' << operation.detail << '\n';
 }
 
@@ -139,19 +135,6 @@ void renderMenu(const QStringList& args, QTextStream&) {
 
 bool wantsDark(const QStringList& args) {
     return args.contains(QStringLiteral("dark"));
-}
-
-// The operations a wheel of `mode` offers for `paths`, as the running app would show them.
-QList<FileOperation> wheelOperations(WheelMode mode, const QStringList& paths) {
-    switch (mode) {
-    case WheelMode::convert:
-        return OperationRegistry::convertOperations(paths);
-    case WheelMode::tools:
-        return OperationRegistry::toolOperations(paths);
-    case WheelMode::actions:
-        return FileActions::operations();
-    }
-    return {};
 }
 
 void writeWheel(WheelMode mode, const QStringList& paths, const QString& output, bool dark) {

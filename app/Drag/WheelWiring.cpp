@@ -2,6 +2,23 @@
 
 namespace tramix::WheelWiring {
 
+void press(WheelController& wheel, const WheelBindings& bindings, ModifierKey key,
+           const QStringList& paths) {
+    const std::optional<WheelMode> mode = bindings.modeForKey(key);
+    if (!mode)
+        return;
+    wheel.show(*mode, key, bindings.operations(*mode, paths), paths,
+               bindings.activation() == WheelActivation::toggle);
+}
+
+void release(WheelController& wheel, const WheelBindings& bindings, ModifierKey key) {
+    if (bindings.activation() != WheelActivation::hold)
+        return;
+    // Another key's release must not close a wheel held open by its own key.
+    if (wheel.isUp() && wheel.model().visible() && wheel.model().key() == key)
+        wheel.hide(releaseHideSeconds);
+}
+
 void connect(DragMonitor& monitor, WheelController& wheel, WheelBindings bindings) {
     auto shared = std::make_shared<WheelBindings>(std::move(bindings));
     // In hold activation a key already down when the drag is recognised opens the wheel too.
@@ -9,16 +26,9 @@ void connect(DragMonitor& monitor, WheelController& wheel, WheelBindings binding
         return shared->activation() == WheelActivation::hold;
     };
     monitor.onPress = [shared, &wheel](ModifierKey key, const QStringList& paths) {
-        const std::optional<WheelMode> mode = shared->modeForKey(key);
-        if (!mode)
-            return;
-        wheel.show(*mode, key, shared->operations(*mode, paths), paths,
-                   shared->activation() == WheelActivation::toggle);
+        press(wheel, *shared, key, paths);
     };
-    monitor.onRelease = [shared, &wheel](ModifierKey) {
-        if (shared->activation() == WheelActivation::hold)
-            wheel.hide(releaseHideSeconds);
-    };
+    monitor.onRelease = [shared, &wheel](ModifierKey key) { release(wheel, *shared, key); };
     monitor.onDragEnded = [&wheel] { wheel.hide(dragEndHideSeconds); };
 }
 

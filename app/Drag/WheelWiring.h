@@ -27,6 +27,12 @@ namespace WheelWiring {
 constexpr double releaseHideSeconds = 0.15;
 constexpr double dragEndHideSeconds = 0.25;
 
+// A key went down during a file drag: opens the wheel of the mode bound to it, if any.
+void press(WheelController& wheel, const WheelBindings& bindings, ModifierKey key,
+           const QStringList& paths);
+// A key came up: in hold activation, closes the wheel that this key opened.
+void release(WheelController& wheel, const WheelBindings& bindings, ModifierKey key);
+
 // Sets the monitor's press, release, drag-end and held-key callbacks. Both objects must outlive
 // the monitor's callbacks.
 void connect(DragMonitor& monitor, WheelController& wheel, WheelBindings bindings);

@@ -3,12 +3,11 @@
 // end-to-end tests to follow.
 //   WheelHost [--activation toggle|hold] [--operations N]
 // With --operations, each wheel offers N numbered operations instead of the catalogue's.
-#include "Actions/FileActions.h"
 #include "ConversionError.h"
 #include "Drag/DragMonitor.h"
 #include "Drag/WheelController.h"
+#include "Drag/WheelOperations.h"
 #include "Drag/WheelWiring.h"
-#include "OperationRegistry.h"
 
 #include <QApplication>
 #include <QTextStream>
@@ -33,18 +32,6 @@ QList<FileOperation> numbered(int count) {
                          throw ConversionError::unsupported(QStringLiteral("Testoperation"));
                      }});
     return list;
-}
-
-QList<FileOperation> catalogue(WheelMode mode, const QStringList& paths) {
-    switch (mode) {
-    case WheelMode::convert:
-        return OperationRegistry::convertOperations(paths);
-    case WheelMode::tools:
-        return OperationRegistry::toolOperations(paths);
-    case WheelMode::actions:
-        return FileActions::operations();
-    }
-    return {};
 }
 
 } // namespace
@@ -77,7 +64,7 @@ int main(int argc, char** argv) {
                           },
                           [activation] { return activation; },
                           [count](WheelMode mode, const QStringList& paths) {
-                              return count >= 0 ? numbered(count) : catalogue(mode, paths);
+                              return count >= 0 ? numbered(count) : wheelOperations(mode, paths);
                           }});
 
     wheel.onShown = [&wheel] {
@@ -110,7 +97,7 @@ int main(int argc, char** argv) {
     });
     wheel.prepare();
     // The first catalogue question starts the image library; the app asks once at start too.
-    OperationRegistry::convertOperations({QStringLiteral("warm-up.jpg")});
+    wheelOperations(WheelMode::convert, {QStringLiteral("warm-up.jpg")});
     if (!monitor.start()) {
         say(QStringLiteral("unavailable"));
         return 1;
