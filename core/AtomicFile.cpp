@@ -63,8 +63,10 @@ void flushAllToDisk(const QStringList& temporaries, const QStringList& destinati
             const int error = errno;
             if (fd >= 0)
                 ::close(fd);
+            if (done)
+                continue;
             std::lock_guard guard(failureLock);
-            if (!done && failed < 0)
+            if (failed < 0)
                 failed = i, failure = error;
         }
     };
