@@ -3,7 +3,7 @@
 //   tramix-pdfpages split <file.pdf> <ranges>          one PDF per range ("1-2, 3-5, 6-")
 //   tramix-pdfpages merge <name> <file.pdf>...         every page of the files, in order
 #include "ConversionError.h"
-#include "Converters/PDFConverter.h"
+#include "Converters/PDFPageCopy.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -17,14 +17,14 @@ namespace {
 QStringList run(const QStringList& args) {
     if (args.size() == 3 && args[0] == u"split") {
         const QString input = QFileInfo(args[1]).absoluteFilePath();
-        const auto groups = PDFConverter::parseRanges(args[2], PDFConverter::pageCount(input));
-        return PDFConverter::split(input, groups, OutputContext());
+        const auto groups = PageRanges::parse(args[2], PDFPageCopy::pageCount(input));
+        return PDFPageCopy::split(input, groups, OutputContext());
     }
     if (args.size() >= 3 && args[0] == u"merge") {
-        QList<PDFConverter::MergePart> parts;
+        QList<PDFPageCopy::MergePart> parts;
         for (const QString& file : args.mid(2))
             parts.append({QFileInfo(file).absoluteFilePath(), std::nullopt});
-        return {PDFConverter::merge(parts, args[1], OutputContext())};
+        return {PDFPageCopy::merge(parts, args[1], OutputContext())};
     }
     std::fputs("usage: tramix-pdfpages split <file.pdf> <ranges>\n"
                "       tramix-pdfpages merge <name> <file.pdf>...\n",

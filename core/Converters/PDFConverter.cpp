@@ -37,113 +37,7 @@ QString trimmedSpace(const QString& text) {
     return text.mid(begin, end - begin);
 }
 
-QString zeroPadded(qsizetype number, qsizetype count) {
-    return QStringLiteral("%1").arg(number, int(QString::number(count).size()), 10, QChar(u'0'));
-}
-
-// Copies pages into a new document and writes it; qpdf failures on a broken source are the
-// source's fault.
-void writePages(const std::vector<QPDFPageObjectHelper>& pages, const PageRanges::Group& group,
-                const QString& sourceName, const QString& destination) {
-    std::shared_ptr<QPDF> output = PDFDocument::empty();
-    try {
-        for (qint64 page : group)
-            PDFDocument::appendCopy(*output, pages[size_t(page - 1)]);
-    } catch (const std::exception&) {
-        NameReservations::release({destination});
-        throw ConversionError::unreadable(sourceName);
-    }
-    PDFDocument::write(*output, destination);
-}
-
-void requirePages(const PageRanges::Group& group, qint64 count) {
-    for (qint64 page : group) {
-        if (page < 1 || page > count)
-            throw ConversionError::failed(QStringLiteral("Seite %1 gibt es nicht.").arg(page));
-    }
-}
-
-QString mergedName(const QString& name) {
-    QString result = PageRanges::trimmedBlanks(name).replace(u'/', u'-');
-    if (result.isEmpty())
-        result = QStringLiteral("Zusammengeführt");
-    if (!result.toLower().endsWith(u".pdf"))
-        result += QStringLiteral(".pdf");
-    return result;
-}
-
 } // namespace
-
-qint64 pageCount(const QString& path) {
-    std::shared_ptr<QPDF> document = PDFDocument::open(path);
-    return qint64(PDFDocument::pages(*document, fileName(path)).size());
-}
-
-QStringList split(const QString& input, const QList<PageRanges::Group>& groups,
-                  const OutputContext& context) {
-    const QString name = fileName(input);
-    const qint64 count = pageCount(input);
-    QList<PageRanges::Group> chosen;
-    for (const PageRanges::Group& group : groups) {
-        if (!group.isEmpty())
-            chosen.append(group);
-    }
-    if (chosen.isEmpty())
-        throw ConversionError::failed(QStringLiteral("Keine Seiten ausgewählt."));
-    for (const PageRanges::Group& group : chosen)
-        requirePages(group, count);
-    QStringList destinations;
-    if (chosen.size() == 1) {
-        destinations.append(context.destination(input, QStringLiteral("pdf"), label(chosen[0])));
-    } else {
-        const QDir folder(context.makeFolder(input, QStringLiteral("aufgeteilt")));
-        for (qsizetype i = 0; i < chosen.size(); ++i) {
-            destinations.append(
-                folder.filePath(QStringLiteral("Teil %1 – %2.pdf")
-                                    .arg(zeroPadded(i + 1, chosen.size()), label(chosen[i]))));
-        }
-    }
-    // Writing many small files waits mostly on the disk, so several are written at once, each
-    // thread copying from its own reading of the source.
-    ParallelPages::run(int(chosen.size()), JobRunner::width(), [&] {
-        auto source = PDFDocument::open(input);
-        auto pages =
-            std::make_shared<std::vector<QPDFPageObjectHelper>>(PDFDocument::pages(*source, name));
-        return [&, source, pages](int index) {
-            writePages(*pages, chosen[index], name, destinations[index]);
-        };
-    });
-    return destinations;
-}
-
-QString merge(const QList<MergePart>& parts, const QString& name, const OutputContext& context) {
-    if (parts.isEmpty())
-        throw ConversionError::failed(QStringLiteral("Keine Dateien."));
-    std::vector<std::shared_ptr<QPDF>> sources; // copied pages read from them until written
-    std::shared_ptr<QPDF> output = PDFDocument::empty();
-    for (const MergePart& part : parts) {
-        sources.push_back(PDFDocument::open(part.path));
-        const auto pages = PDFDocument::pages(*sources.back(), fileName(part.path));
-        try {
-            if (!part.pages) {
-                for (const QPDFPageObjectHelper& page : pages)
-                    PDFDocument::appendCopy(*output, page);
-                continue;
-            }
-            for (qint64 page : *part.pages) {
-                if (page >= 1 && page <= qint64(pages.size()))
-                    PDFDocument::appendCopy(*output, pages[size_t(page - 1)]);
-            }
-        } catch (const std::exception&) {
-            throw ConversionError::unreadable(fileName(part.path));
-        }
-    }
-    if (output->getAllPages().empty())
-        throw ConversionError::failed(QStringLiteral("Keine Seiten zum Zusammenführen."));
-    const QString destination = context.destinationNamed(mergedName(name), parts[0].path);
-    PDFDocument::write(*output, destination);
-    return destination;
-}
 
 QString compress(const QString& input, const OutputContext& context) {
     std::shared_ptr<QPDF> document = PDFDocument::open(input);
@@ -179,7 +73,7 @@ QString toImages(const QString& input, const ImageFormat& format, const OutputCo
         const QDir folder(result);
         for (int i = 1; i <= count; ++i) {
             destinations.append(folder.filePath(
-                QStringLiteral("Seite %1.%2").arg(zeroPadded(i, count), format.ext)));
+                QStringLiteral("Seite %1.%2").arg(PageRanges::zeroPadded(i, count), format.ext)));
         }
     }
     const double quality = context.quality;

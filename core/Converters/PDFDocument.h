@@ -30,4 +30,8 @@ void appendCopy(QPDF& target, QPDFPageObjectHelper page);
 void write(QPDF& document, const QString& destination,
            const std::function<void(QPDFWriter&)>& configure = {});
 
+// As `write`, straight to `path`, for a temporary file that AtomicFile moves into place later.
+void writeTo(QPDF& document, const QString& path,
+             const std::function<void(QPDFWriter&)>& configure = {});
+
 } // namespace tramix::PDFDocument

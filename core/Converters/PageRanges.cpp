@@ -116,4 +116,8 @@ QString label(const Group& group, const QString& prefix) {
     return prefix + pages.join(QStringLiteral(", "));
 }
 
+QString zeroPadded(qsizetype number, qsizetype count) {
+    return QStringLiteral("%1").arg(number, int(QString::number(count).size()), 10, QChar(u'0'));
+}
+
 } // namespace tramix::PageRanges

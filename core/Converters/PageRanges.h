@@ -22,4 +22,7 @@ QString trimmedBlanks(const QString& text);
 // "S. 4", "S. 3–7" for a run, "S. 1, 3, 8" otherwise; empty for an empty group.
 QString label(const Group& group, const QString& prefix = germanPrefix);
 
+// `number` with leading zeros to the width of `count`, so that numbered files sort in order.
+QString zeroPadded(qsizetype number, qsizetype count);
+
 } // namespace tramix::PageRanges
