@@ -12,6 +12,11 @@ QString ModifierKey::rawValue() const {
     return QString::fromLatin1(names[value_]);
 }
 
+QString ModifierKey::symbol() const {
+    static const char* const symbols[] = {"⇧", "⌘", "⌃", "⌥"};
+    return QString::fromUtf8(symbols[value_]);
+}
+
 std::optional<ModifierKey> ModifierKey::fromRawValue(QStringView raw) {
     for (ModifierKey key : allCases()) {
         if (key.rawValue() == raw)

@@ -19,6 +19,8 @@ public:
     // The device-independent flag bit of this key; platform code maps its own state onto these.
     std::uint32_t flag() const;
     QString rawValue() const;
+    // The sign printed on the key cap: ⇧ ⌘ ⌃ ⌥.
+    QString symbol() const;
     static std::optional<ModifierKey> fromRawValue(QStringView raw);
     static const std::array<ModifierKey, 4>& allCases();
 

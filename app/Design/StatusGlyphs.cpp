@@ -107,9 +107,13 @@ void gear(QPainter& painter, const QRectF& box, const QColor& color) {
     painter.restore();
 }
 
-void spinner(QPainter& painter, const QRectF& box, const QColor& color, double turn) {
+namespace {
+
+// The faint full circle that the spinner's and the progress ring's arcs run on; returns the
+// circle and leaves the painter saved, for the caller to restore.
+QRectF ringTrack(QPainter& painter, const QRectF& box, const QColor& color, qreal& width) {
     const QRectF r = square(box);
-    const qreal width = r.width() * 0.12;
+    width = r.width() * 0.12;
     const QRectF ring = r.adjusted(width / 2, width / 2, -width / 2, -width / 2);
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
@@ -117,21 +121,22 @@ void spinner(QPainter& painter, const QRectF& box, const QColor& color, double t
     faint.setAlphaF(0.18);
     painter.setPen(roundPen(faint, width));
     painter.drawEllipse(ring);
+    return ring;
+}
+
+} // namespace
+
+void spinner(QPainter& painter, const QRectF& box, const QColor& color, double turn) {
+    qreal width = 0;
+    const QRectF ring = ringTrack(painter, box, color, width);
     painter.setPen(roundPen(color, width));
     painter.drawArc(ring, int((90 - turn * 360) * 16), int(-100 * 16));
     painter.restore();
 }
 
 void progressRing(QPainter& painter, const QRectF& box, const QColor& color, double fraction) {
-    const QRectF r = square(box);
-    const qreal width = r.width() * 0.12;
-    const QRectF ring = r.adjusted(width / 2, width / 2, -width / 2, -width / 2);
-    painter.save();
-    painter.setRenderHint(QPainter::Antialiasing);
-    QColor faint = color;
-    faint.setAlphaF(0.18);
-    painter.setPen(roundPen(faint, width));
-    painter.drawEllipse(ring);
+    qreal width = 0;
+    const QRectF ring = ringTrack(painter, box, color, width);
     const double clamped = std::clamp(fraction, 0.0, 1.0);
     if (clamped > 0) {
         painter.setPen(roundPen(color, width));

@@ -26,20 +26,6 @@ QFont font(const QPaintDevice* device, double size, QFont::Weight weight, double
     return f;
 }
 
-QString keySymbol(ModifierKey key) {
-    switch (key) {
-    case ModifierKey::shift:
-        return QStringLiteral("⇧");
-    case ModifierKey::command:
-        return QStringLiteral("⌘");
-    case ModifierKey::control:
-        return QStringLiteral("⌃");
-    case ModifierKey::option:
-        return QStringLiteral("⌥");
-    }
-    return {};
-}
-
 void drawText(QPainter& p, const QRectF& box, const QString& text, const QFont& f,
               const QColor& color, int flags = Qt::AlignCenter) {
     p.setFont(f);
@@ -118,7 +104,7 @@ void paintCenter(QPainter& p, const WheelModel& model, const WheelGeometry& g, Q
                  palette.secondaryText, Qt::AlignCenter | Qt::TextWordWrap);
         return;
     }
-    const QString header = (keySymbol(model.key()) + ' ' + model.mode().title()).toUpper();
+    const QString header = (model.key().symbol() + ' ' + model.mode().title()).toUpper();
     drawText(p, QRectF(inner.left(), c.y() - 24, width, 14), header,
              font(device, 8.5, QFont::Bold, 0.6), palette.secondaryText);
     const QFont labelFont = font(device, 10.5, QFont::DemiBold);

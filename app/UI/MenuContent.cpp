@@ -37,20 +37,6 @@ QString modeExamples(WheelMode mode, bool german) {
 
 } // namespace
 
-QString MenuContent::keySymbol(ModifierKey key) {
-    switch (key) {
-    case ModifierKey::shift:
-        return QStringLiteral("⇧");
-    case ModifierKey::command:
-        return QStringLiteral("⌘");
-    case ModifierKey::control:
-        return QStringLiteral("⌃");
-    case ModifierKey::option:
-        return QStringLiteral("⌥");
-    }
-    return {};
-}
-
 MenuContent MenuContent::make(const AppSettings& settings, const History& history, bool german) {
     MenuContent content;
     content.tagline = pick(german, "Offline-Dateikonverter", "Offline file converter");
@@ -77,7 +63,7 @@ MenuContent MenuContent::make(const AppSettings& settings, const History& histor
                     modeExamples(mode, german)};
         if (const auto key = settings.keys().find(mode); key != settings.keys().end()) {
             row.key = key->second;
-            row.keySymbol = keySymbol(key->second);
+            row.keySymbol = key->second.symbol();
         }
         content.modes.append(row);
     }

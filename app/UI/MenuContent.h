@@ -50,8 +50,6 @@ struct MenuContent {
     QString quitLabel;
 
     static MenuContent make(const AppSettings& settings, const History& history, bool german);
-
-    static QString keySymbol(ModifierKey key);
 };
 
 } // namespace tramix
