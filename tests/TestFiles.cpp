@@ -33,6 +33,13 @@ QString TestFolder::folder(const QString& name) const {
     return full;
 }
 
+QStringList ids(const QList<FileOperation>& operations) {
+    QStringList result;
+    for (const FileOperation& operation : operations)
+        result.append(operation.id);
+    return result;
+}
+
 QString errorOf(const std::function<void()>& work) {
     try {
         work();

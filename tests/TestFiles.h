@@ -1,6 +1,8 @@
 // Temporary folders and files that tests make for themselves.
 #pragma once
 
+#include "FileOperation.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>
@@ -25,6 +27,9 @@ public:
 private:
     QTemporaryDir dir_;
 };
+
+// The ids of `operations`, in order.
+QStringList ids(const QList<FileOperation>& operations);
 
 // The sentence of the ConversionError that `work` throws, or "(no error)".
 QString errorOf(const std::function<void()>& work);

@@ -9,6 +9,7 @@
 #include "TestFiles.h"
 #include "UI/MenuView.h"
 #include "UI/StatusMenuPanel.h"
+#include "app/PrivateStores.h"
 #include "app/ScratchLog.h"
 
 #include <QTest>
@@ -17,14 +18,9 @@
 using namespace tramix;
 using tramix::test::TestFolder;
 
-namespace {
+using tramix::test::ids;
 
-QStringList ids(const QList<FileOperation>& operations) {
-    QStringList result;
-    for (const FileOperation& operation : operations)
-        result.append(operation.id);
-    return result;
-}
+namespace {
 
 bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 2000) {
     QElapsedTimer timer;
@@ -37,12 +33,11 @@ bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 2000) {
 } // namespace
 
 TEST(AppDelegate, KeysOpenTheirWheelsWithTheirOperationsAndAHeldWheelClosesWithItsKey) {
-    TestFolder folder;
+    tramix::test::PrivateStores stores;
+    TestFolder& folder = stores.folder;
+    AppSettings& settings = stores.settings;
     tramix::test::ScratchLog log(folder.path("state"));
-    AppSettings settings(folder.path("settings.ini"),
-                         LoginItem(folder.path("autostart/tramix.desktop"), "/bin/true"));
-    History history(folder.path("history.ini"));
-    AppDelegate delegate(settings, history);
+    AppDelegate delegate(settings, stores.history);
     delegate.start();
     const QStringList photo = {folder.file("photo.jpg")};
     WheelModel& wheel = delegate.wheel().model();

@@ -7,6 +7,7 @@
 #include "OperationRegistry.h"
 #include "TestFiles.h"
 #include "TestImages.h"
+#include "app/PrivateStores.h"
 
 #include <QFileInfo>
 #include <QSignalSpy>
@@ -18,11 +19,7 @@ using tramix::test::TestFolder;
 
 namespace {
 
-struct Fixture {
-    TestFolder folder;
-    AppSettings settings{folder.path("settings.ini"),
-                         LoginItem(folder.path("autostart/tramix.desktop"), "/bin/true")};
-    History history{folder.path("history.ini")};
+struct Fixture : tramix::test::PrivateStores {
     JobCenter jobs{settings, history};
     int sounds = 0;
 

@@ -6,6 +6,7 @@
 #include "UI/MenuView.h"
 #include "UI/StatusMenuPanel.h"
 #include "app/CliRunner.h"
+#include "app/PrivateStores.h"
 
 #include <QImage>
 #include <QKeyEvent>
@@ -19,13 +20,6 @@ using tramix::test::TestFolder;
 
 namespace {
 
-struct Stores {
-    TestFolder folder;
-    AppSettings settings{folder.path("settings.ini"),
-                         LoginItem(folder.path("autostart/tramix.desktop"), "/bin/true")};
-    History history{folder.path("history.ini")};
-};
-
 History::Entry entry(const QString& title, bool failed) {
     History::Entry entry;
     entry.title = title;
@@ -37,7 +31,7 @@ History::Entry entry(const QString& title, bool failed) {
 } // namespace
 
 TEST(StatusMenu, ContentFollowsSettingsAndHistoryInBothLanguages) {
-    Stores s;
+    tramix::test::PrivateStores s;
     s.history.add(entry("PNG", false));
     s.history.add(entry("PDF teilen", true));
 
@@ -95,7 +89,7 @@ TEST(StatusMenu, OpensUnderTheIconAndItsPartsDoWhatTheySay) {
     EXPECT_EQ(StatusMenuPanel::origin(QRect(1800, 1050, 24, 30), size, screen),
               QPoint(1594, 1050 - 5 - 600));
 
-    Stores s;
+    tramix::test::PrivateStores s;
     auto* view = new MenuView(s.settings, s.history);
     StatusMenuPanel panel(view);
     int settings = 0, welcome = 0, shelf = 0, quit = 0;

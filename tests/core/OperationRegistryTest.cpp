@@ -13,14 +13,9 @@ using tramix::ImageFormat;
 using tramix::OperationStyle;
 using tramix::test::TestFolder;
 
-namespace {
+using tramix::test::ids;
 
-QStringList ids(const QList<FileOperation>& operations) {
-    QStringList result;
-    for (const FileOperation& operation : operations)
-        result.append(operation.id);
-    return result;
-}
+namespace {
 
 // A copy, so that it outlives the temporary list it was found in.
 FileOperation find(const QList<FileOperation>& operations, const QString& id) {

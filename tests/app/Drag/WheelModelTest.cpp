@@ -1,6 +1,7 @@
 #include "Drag/WheelModel.h"
 
 #include "Drag/WheelGeometry.h"
+#include "TestFiles.h"
 
 #include <QSignalSpy>
 #include <cmath>
@@ -8,6 +9,7 @@
 #include <numbers>
 
 using namespace tramix;
+using tramix::test::ids;
 
 namespace {
 
@@ -18,13 +20,6 @@ QList<FileOperation> operations(int count) {
                      QStringLiteral("Detail %1").arg(i), std::nullopt, OperationStyle::perFile,
                      nullptr});
     return list;
-}
-
-QStringList ids(const QList<FileOperation>& list) {
-    QStringList result;
-    for (const FileOperation& op : list)
-        result.append(op.id);
-    return result;
 }
 
 QPointF atAngle(double degrees, double radius) {
