@@ -22,11 +22,8 @@ std::counting_semaphore<>& helpers() {
     return allowance;
 }
 
-} // namespace
-
-void run(int count, int threads, const std::function<PageWork()>& prepare) {
-    if (count < 1)
-        return;
+// `held` helpers have been taken from the allowance already.
+void runWith(int count, int threads, int held, const std::function<PageWork()>& prepare) {
     std::atomic<int> next = 0;
     std::atomic<bool> stopped = false;
     std::exception_ptr failure;
@@ -47,7 +44,7 @@ void run(int count, int threads, const std::function<PageWork()>& prepare) {
     {
         std::vector<std::jthread> workers;
         workers.reserve(width - 1);
-        for (int i = 1; i < width && helpers().try_acquire(); ++i) {
+        for (int i = 1; i < width && (i <= held || helpers().try_acquire()); ++i) {
             workers.emplace_back([&] {
                 thread();
                 helpers().release();
@@ -57,6 +54,20 @@ void run(int count, int threads, const std::function<PageWork()>& prepare) {
     }
     if (failure)
         std::rethrow_exception(failure);
+}
+
+} // namespace
+
+void run(int count, int threads, const std::function<PageWork()>& prepare) {
+    if (count > 0)
+        runWith(count, threads, 0, prepare);
+}
+
+bool runIfHelped(int count, int threads, const std::function<PageWork()>& prepare) {
+    if (count < 2 || threads < 2 || !helpers().try_acquire())
+        return false;
+    runWith(count, threads, 1, prepare);
+    return true;
 }
 
 } // namespace tramix::ParallelPages

@@ -15,4 +15,8 @@ using PageWork = std::function<void(int index)>;
 // once all threads have ended that failure is thrown.
 void run(int count, int threads, const std::function<PageWork()>& prepare);
 
+// As run, when at least one helper is free now; otherwise runs nothing and returns false, so
+// that the caller can take a cheaper way that needs no parting of the work.
+bool runIfHelped(int count, int threads, const std::function<PageWork()>& prepare);
+
 } // namespace tramix::ParallelPages

@@ -1,6 +1,9 @@
 #include "TextRecognizer.h"
 
 #include "../ConversionError.h"
+#include "../JobRunner.h"
+#include "ParallelPages.h"
+#include "TextBand.h"
 
 #include <QDir>
 #include <QFile>
@@ -10,8 +13,10 @@
 #include <cmath>
 #include <cstring>
 #include <dlfcn.h>
+#include <optional>
 #include <tesseract/baseapi.h>
 #include <tesseract/resultiterator.h>
+#include <thread>
 
 namespace tramix {
 
@@ -102,64 +107,135 @@ QStringList TextRecognizer::installedLanguages() {
     return names;
 }
 
-TextRecognizer::TextRecognizer()
-    : engine_(std::make_unique<tesseract::TessBaseAPI>()) {
-    singleThreaded();
-    const QString folder = dataFolder();
-    if (folder.isEmpty())
-        recognitionFailed();
-    const QByteArray languageList =
-        languages(QLocale::system().uiLanguages(), installedLanguages()).toUtf8();
-    const QByteArray path = QFile::encodeName(folder);
-    if (engine_->Init(path.constData(), languageList.constData(), tesseract::OEM_DEFAULT) != 0)
-        recognitionFailed();
-    // Its notes about guessed resolutions and empty pages go nowhere a user would look.
-    engine_->SetVariable("debug_file", "/dev/null");
-    engine_->SetPageSegMode(tesseract::PSM_AUTO);
-}
+namespace {
 
-TextRecognizer::~TextRecognizer() {
-    engine_->End();
-}
+// The engine's own copy of the page is made from these.
+struct Pixels {
+    std::unique_ptr<void, decltype(&g_free)> data{nullptr, &g_free};
+    QSize size;
+    int bands = 1;
+};
 
-QString TextRecognizer::read(const vips::VImage& source, double dpi) {
-    vips::VImage image = source;
-    std::unique_ptr<void, decltype(&g_free)> pixels(nullptr, &g_free);
+Pixels pixelsOf(const vips::VImage& source) {
+    Pixels pixels;
     try {
+        vips::VImage image = source;
         if (image.has_alpha())
             image = image.flatten(vips::VImage::option()->set("background", 255));
         if (image.bands() != 1 && image.bands() != 3)
             image = image.colourspace(VIPS_INTERPRETATION_sRGB);
         image = image.cast(VIPS_FORMAT_UCHAR);
         size_t length = 0;
-        pixels.reset(image.write_to_memory(&length));
+        pixels.data.reset(image.write_to_memory(&length));
+        pixels.size = QSize(image.width(), image.height());
+        pixels.bands = image.bands();
     } catch (const vips::VError&) {
         vips_error_clear();
         recognitionFailed();
     }
-    const int bands = image.bands();
-    engine_->SetImage(static_cast<const unsigned char*>(pixels.get()), image.width(),
-                      image.height(), bands, image.width() * bands);
+    return pixels;
+}
+
+std::unique_ptr<tesseract::TessBaseAPI> startEngine(const QByteArray& languages) {
+    singleThreaded();
+    const QString folder = dataFolder();
+    if (folder.isEmpty())
+        recognitionFailed();
+    auto engine = std::make_unique<tesseract::TessBaseAPI>();
+    const QByteArray path = QFile::encodeName(folder);
+    if (engine->Init(path.constData(), languages.constData(), tesseract::OEM_DEFAULT) != 0)
+        recognitionFailed();
+    // Its notes about guessed resolutions and empty pages go nowhere a user would look.
+    engine->SetVariable("debug_file", "/dev/null");
+    return engine;
+}
+
+void show(tesseract::TessBaseAPI& engine, const Pixels& pixels, double dpi) {
+    engine.SetPageSegMode(tesseract::PSM_AUTO);
+    engine.SetImage(static_cast<const unsigned char*>(pixels.data.get()), pixels.size.width(),
+                    pixels.size.height(), pixels.bands, pixels.size.width() * pixels.bands);
     if (dpi > 0)
-        engine_->SetSourceResolution(std::clamp(int(std::lround(dpi)), 70, 2400));
-    if (engine_->Recognize(nullptr) != 0)
+        engine.SetSourceResolution(std::clamp(int(std::lround(dpi)), 70, 2400));
+}
+
+QStringList recognizedLines(tesseract::TessBaseAPI& engine) {
+    if (engine.Recognize(nullptr) != 0)
         recognitionFailed();
     QStringList lines;
-    std::unique_ptr<tesseract::ResultIterator> line(engine_->GetIterator());
-    if (line) {
-        do {
-            std::unique_ptr<char[]> text(line->GetUTF8Text(tesseract::RIL_TEXTLINE));
-            if (!text)
-                continue;
-            QString content = QString::fromUtf8(text.get());
-            while (content.endsWith(u'\n'))
-                content.chop(1);
-            if (!content.trimmed().isEmpty())
-                lines.append(content);
-        } while (line->Next(tesseract::RIL_TEXTLINE));
+    std::unique_ptr<tesseract::ResultIterator> line(engine.GetIterator());
+    if (!line)
+        return lines;
+    do {
+        std::unique_ptr<char[]> text(line->GetUTF8Text(tesseract::RIL_TEXTLINE));
+        if (!text)
+            continue;
+        QString content = QString::fromUtf8(text.get());
+        while (content.endsWith(u'\n'))
+            content.chop(1);
+        if (!content.trimmed().isEmpty())
+            lines.append(content);
+    } while (line->Next(tesseract::RIL_TEXTLINE));
+    return lines;
+}
+
+QStringList bandLines(tesseract::TessBaseAPI& engine, const TextBand& band) {
+    engine.SetPageSegMode(band.stacked ? tesseract::PSM_SINGLE_BLOCK : tesseract::PSM_AUTO);
+    engine.SetRectangle(band.area.x(), band.area.y(), band.area.width(), band.area.height());
+    return recognizedLines(engine);
+}
+
+// A page with many lines is read band by band on threads that are idle, each with an engine of
+// its own: on two cores a full page is read in little more than half the time. Without an idle
+// thread the page is read as a whole, using the layout found already.
+std::optional<QStringList> linesSideBySide(tesseract::TessBaseAPI& engine, const Pixels& pixels,
+                                           double dpi, const QByteArray& languages) {
+    const int threads = JobRunner::width();
+    std::vector<TextBand> bands;
+    {
+        std::unique_ptr<tesseract::PageIterator> layout(engine.AnalyseLayout());
+        if (!layout)
+            return std::nullopt;
+        bands = TextBand::cut(*layout, pixels.size, threads);
     }
+    std::vector<QStringList> texts(bands.size());
+    const std::thread::id caller = std::this_thread::get_id();
+    const bool parted = ParallelPages::runIfHelped(int(bands.size()), threads, [&] {
+        std::shared_ptr<tesseract::TessBaseAPI> own;
+        if (std::this_thread::get_id() != caller) {
+            own = startEngine(languages);
+            show(*own, pixels, dpi);
+        }
+        tesseract::TessBaseAPI* reader = own ? own.get() : &engine;
+        return [&texts, &bands, reader, own](int index) {
+            texts[size_t(index)] = bandLines(*reader, bands[size_t(index)]);
+        };
+    });
+    if (!parted)
+        return std::nullopt;
+    QStringList lines;
+    for (const QStringList& text : texts)
+        lines += text;
+    return lines;
+}
+
+} // namespace
+
+TextRecognizer::TextRecognizer()
+    : languages_(languages(QLocale::system().uiLanguages(), installedLanguages()).toUtf8())
+    , engine_(startEngine(languages_)) {}
+
+TextRecognizer::~TextRecognizer() {
+    engine_->End();
+}
+
+QString TextRecognizer::read(const vips::VImage& source, double dpi) {
+    const Pixels pixels = pixelsOf(source);
+    show(*engine_, pixels, dpi);
+    std::optional<QStringList> lines = linesSideBySide(*engine_, pixels, dpi, languages_);
+    if (!lines)
+        lines = recognizedLines(*engine_);
     engine_->Clear();
-    return lines.join(u'\n');
+    return lines->join(u'\n');
 }
 
 } // namespace tramix

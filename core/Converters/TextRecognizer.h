@@ -2,6 +2,7 @@
 // serves many pages; it belongs to the thread that made it and is never shared.
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 #include <memory>
@@ -33,6 +34,7 @@ public:
     static QStringList installedLanguages();
 
 private:
+    QByteArray languages_;
     std::unique_ptr<tesseract::TessBaseAPI> engine_;
 };
 

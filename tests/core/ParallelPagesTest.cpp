@@ -48,3 +48,22 @@ TEST(ParallelPages, EveryPageOnceEachThreadPreparedOnceAndTheFirstFailureThrown)
     });
     EXPECT_FALSE(prepareCalled);
 }
+
+TEST(ParallelPages, WorkIsOnlyPartedWhenAHelperIsFree) {
+    std::atomic<int> done = 0;
+    auto count = [&] { return [&](int) { ++done; }; };
+    EXPECT_TRUE(ParallelPages::runIfHelped(12, 2, count));
+    EXPECT_EQ(done, 12);
+
+    // A document worked on by every helper there is leaves none for its pages' parts.
+    done = 0;
+    std::atomic<int> parted = 0, refused = 0;
+    ParallelPages::run(200, 64, [&] {
+        return [&](int) { (ParallelPages::runIfHelped(4, 2, count) ? parted : refused)++; };
+    });
+    EXPECT_GT(refused, 0);
+    EXPECT_EQ(done, 4 * parted);
+    EXPECT_FALSE(ParallelPages::runIfHelped(1, 2, count));
+    EXPECT_FALSE(ParallelPages::runIfHelped(4, 1, count));
+    EXPECT_EQ(done, 4 * parted);
+}

@@ -2,6 +2,7 @@
 
 #include "ConversionError.h"
 #include "Converters/ImageConverter.h"
+#include "Converters/TextBand.h"
 #include "Converters/TextRecognizer.h"
 #include "TestFiles.h"
 #include "TestImages.h"
@@ -13,6 +14,7 @@
 #include <QProcess>
 #include <QThread>
 #include <gtest/gtest.h>
+#include <tesseract/baseapi.h>
 
 using namespace tramix;
 using namespace tramix::test;
@@ -38,6 +40,31 @@ double characterErrorRate(const QString& actual, const QString& expected) {
         std::swap(previous, current);
     }
     return double(previous.back()) / double(std::max<qsizetype>(1, expected.size()));
+}
+
+const QStringList words{"Garten", "Fenster", "Papier", "Markt",  "Stein", "river",
+                        "yellow", "window",  "silent", "orange", "Tisch", "Wolke"};
+
+QString column(const QString& name, int lines) {
+    QStringList text;
+    for (int line = 1; line <= lines; ++line)
+        text << QString("%1 %2 %3 %4 %5")
+                    .arg(name)
+                    .arg(line, 2, 10, QChar('0'))
+                    .arg(words[(line * 5) % words.size()], words[(line * 7 + 3) % words.size()],
+                         words[(line * 11 + 1) % words.size()]);
+    return text.join(u'\n');
+}
+
+// Two columns of numbered lines at 300 dpi, wide apart, under a heading across both.
+vips::VImage twoColumns(const QString& left, const QString& right) {
+    const vips::VImage columns =
+        textImage(left, 300).join(textImage(right, 300), VIPS_DIRECTION_HORIZONTAL);
+    const vips::VImage heading = textImage("Bericht über beide Spalten", 300);
+    return heading
+        .embed(0, 0, columns.width(), heading.height(),
+               vips::VImage::option()->set("extend", VIPS_EXTEND_WHITE))
+        .join(columns, VIPS_DIRECTION_VERTICAL);
 }
 
 } // namespace
@@ -117,4 +144,58 @@ TEST(VisionTools, ScannedPagesArePartedByOneBlankLine) {
     const QString third = saveImage(textImage("Dritte Seite", 200), dir.path("3.png"));
     ImageConverter::makePDF({first, blank, third}, dir.path("Scan.pdf"));
     EXPECT_EQ(VisionTools::recognizeTextInPDF(dir.path("Scan.pdf")), "Erste Seite\n\nDritte Seite");
+}
+
+TEST(TextBand, BandsNeitherOverlapNorLeaveOutALineAndFollowTheColumns) {
+    const vips::VImage page = twoColumns(column("links", 24), column("rechts", 24));
+    const QByteArray pixels = [&] {
+        size_t length = 0;
+        void* data = page.write_to_memory(&length);
+        QByteArray copy(static_cast<const char*>(data), qsizetype(length));
+        g_free(data);
+        return copy;
+    }();
+    tesseract::TessBaseAPI engine;
+    ASSERT_EQ(engine.Init(nullptr, "eng"), 0);
+    engine.SetVariable("debug_file", "/dev/null");
+    engine.SetPageSegMode(tesseract::PSM_AUTO);
+    engine.SetImage(reinterpret_cast<const unsigned char*>(pixels.constData()), page.width(),
+                    page.height(), 1, page.width());
+    std::unique_ptr<tesseract::PageIterator> layout(engine.AnalyseLayout());
+    ASSERT_TRUE(layout);
+    std::vector<QRect> lines;
+    do {
+        int left, top, right, bottom;
+        if (layout->BoundingBox(tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom))
+            lines.emplace_back(QPoint(left, top), QPoint(right - 1, bottom - 1));
+    } while (layout->Next(tesseract::RIL_TEXTLINE));
+    ASSERT_EQ(lines.size(), 49u);
+
+    const std::vector<TextBand> bands =
+        TextBand::cut(*layout, QSize(page.width(), page.height()), 2);
+    ASSERT_GE(bands.size(), 6u);
+    for (size_t i = 0; i < bands.size(); ++i) {
+        EXPECT_TRUE(QRect(0, 0, page.width(), page.height()).contains(bands[i].area));
+        for (size_t j = i + 1; j < bands.size(); ++j)
+            EXPECT_FALSE(bands[i].area.intersects(bands[j].area)) << i << " and " << j;
+    }
+    for (const QRect& line : lines) {
+        const auto holder = std::find_if(bands.begin(), bands.end(), [&](const TextBand& band) {
+            return band.area.contains(line);
+        });
+        EXPECT_NE(holder, bands.end()) << "a line at " << line.y() << " is in no band";
+    }
+    // The heading first, then the left column top to bottom, then the right one.
+    EXPECT_LT(bands.front().area.bottom(), bands[1].area.top());
+    EXPECT_LT(bands[1].area.right(), bands.back().area.left());
+    EXPECT_GT(bands.back().area.bottom(), bands[bands.size() - 2].area.top());
+}
+
+TEST(VisionTools, ALongPageReadSideBySideKeepsItsReadingOrder) {
+    const QString left = column("links", 24);
+    const QString right = column("rechts", 24);
+    const QString expected = "Bericht über beide Spalten\n" + left + "\n" + right;
+    const QString text = VisionTools::recognize(twoColumns(left, right), 300);
+    EXPECT_EQ(text.count(u'\n'), expected.count(u'\n')) << text.toStdString();
+    EXPECT_LE(characterErrorRate(text, expected), 0.01) << text.toStdString();
 }
