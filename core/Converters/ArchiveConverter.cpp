@@ -69,7 +69,8 @@ void unpack(const QString& archive, const QString& folder) {
     if (kindOf(archive) == Kind::zip)
         unpackZip(archive, folder);
     else
-        run(tarTool, {"-xf", archive, "-C", folder});
+        // As root, tar would otherwise hand files to the archive's owners, set-user-ID included.
+        run(tarTool, {"--no-same-owner", "--no-same-permissions", "-xf", archive, "-C", folder});
 }
 
 QString extractionName(const QString& archive) {

@@ -11,6 +11,8 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace tramix;
 using test::errorOf;
@@ -366,4 +368,21 @@ zipped('Absolut.zip', (')" +
     }
     EXPECT_EQ(tree(work + "/Punkte"), QStringList({"draussen", "draussen/boese.txt", "ok.txt"}));
     EXPECT_EQ(contents(work + "/Absolut" + outside + "/absolut.txt"), "boese");
+
+    // A stranger's set-user-ID program comes out as the user's own plain file, also for root.
+    const QString foreign = folder.folder("fremd");
+    python(foreign, R"(
+info = tarfile.TarInfo('werkzeug')
+info.size, info.mode, info.uid, info.gid = 5, 0o6755, 4321, 4321
+with tarfile.open('Fremd.tar', 'w') as archive:
+    archive.addfile(info, io.BytesIO(b'boese'))
+)");
+    const QByteArray tool =
+        QFile::encodeName(ArchiveConverter::extract(foreign + "/Fremd.tar", {}) + "/werkzeug");
+    struct stat status {};
+    ASSERT_EQ(stat(tool.constData(), &status), 0);
+    EXPECT_EQ(status.st_uid, getuid());
+    EXPECT_EQ(status.st_gid, getgid());
+    EXPECT_EQ(status.st_mode & (S_ISUID | S_ISGID), 0u);
+    EXPECT_TRUE(status.st_mode & S_IXUSR);
 }
