@@ -3,7 +3,7 @@
 #include "../ConversionError.h"
 #include "../JobRunner.h"
 #include "ParallelPages.h"
-#include "TextBand.h"
+#include "TextBands.h"
 
 #include <QDir>
 #include <QFile>
@@ -178,9 +178,9 @@ QStringList recognizedLines(tesseract::TessBaseAPI& engine) {
     return lines;
 }
 
-QStringList bandLines(tesseract::TessBaseAPI& engine, const TextBand& band) {
-    engine.SetPageSegMode(band.stacked ? tesseract::PSM_SINGLE_BLOCK : tesseract::PSM_AUTO);
-    engine.SetRectangle(band.area.x(), band.area.y(), band.area.width(), band.area.height());
+QStringList bandLines(tesseract::TessBaseAPI& engine, const QRect& band) {
+    engine.SetPageSegMode(tesseract::PSM_SINGLE_BLOCK);
+    engine.SetRectangle(band.x(), band.y(), band.width(), band.height());
     return recognizedLines(engine);
 }
 
@@ -190,12 +190,12 @@ QStringList bandLines(tesseract::TessBaseAPI& engine, const TextBand& band) {
 std::optional<QStringList> linesSideBySide(tesseract::TessBaseAPI& engine, const Pixels& pixels,
                                            double dpi, const QByteArray& languages) {
     const int threads = JobRunner::width();
-    std::vector<TextBand> bands;
+    std::vector<QRect> bands;
     {
         std::unique_ptr<tesseract::PageIterator> layout(engine.AnalyseLayout());
         if (!layout)
             return std::nullopt;
-        bands = TextBand::cut(*layout, pixels.size, threads);
+        bands = TextBands::cut(*layout, pixels.size, threads);
     }
     std::vector<QStringList> texts(bands.size());
     const std::thread::id caller = std::this_thread::get_id();

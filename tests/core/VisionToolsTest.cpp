@@ -2,7 +2,7 @@
 
 #include "ConversionError.h"
 #include "Converters/ImageConverter.h"
-#include "Converters/TextBand.h"
+#include "Converters/TextBands.h"
 #include "Converters/TextRecognizer.h"
 #include "TestFiles.h"
 #include "TestImages.h"
@@ -65,6 +65,28 @@ vips::VImage twoColumns(const QString& left, const QString& right) {
         .embed(0, 0, columns.width(), heading.height(),
                vips::VImage::option()->set("extend", VIPS_EXTEND_WHITE))
         .join(columns, VIPS_DIRECTION_VERTICAL);
+}
+
+// The text lines Tesseract finds on the page, and the bands cut from them for two threads.
+std::pair<std::vector<QRect>, std::vector<QRect>> linesAndBands(const vips::VImage& page) {
+    size_t length = 0;
+    std::unique_ptr<void, decltype(&g_free)> pixels(page.write_to_memory(&length), &g_free);
+    tesseract::TessBaseAPI engine;
+    engine.Init(nullptr, "eng");
+    engine.SetVariable("debug_file", "/dev/null");
+    engine.SetPageSegMode(tesseract::PSM_AUTO);
+    engine.SetImage(static_cast<const unsigned char*>(pixels.get()), page.width(), page.height(), 1,
+                    page.width());
+    std::unique_ptr<tesseract::PageIterator> layout(engine.AnalyseLayout());
+    if (!layout)
+        return {};
+    std::vector<QRect> lines;
+    do {
+        int left, top, right, bottom;
+        if (layout->BoundingBox(tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom))
+            lines.emplace_back(QPoint(left, top), QPoint(right - 1, bottom - 1));
+    } while (layout->Next(tesseract::RIL_TEXTLINE));
+    return {lines, TextBands::cut(*layout, QSize(page.width(), page.height()), 2)};
 }
 
 } // namespace
@@ -146,49 +168,30 @@ TEST(VisionTools, ScannedPagesArePartedByOneBlankLine) {
     EXPECT_EQ(VisionTools::recognizeTextInPDF(dir.path("Scan.pdf")), "Erste Seite\n\nDritte Seite");
 }
 
-TEST(TextBand, BandsNeitherOverlapNorLeaveOutALineAndFollowTheColumns) {
+TEST(TextBands, BandsNeitherOverlapNorLeaveOutALineAndFollowTheColumns) {
     const vips::VImage page = twoColumns(column("links", 24), column("rechts", 24));
-    const QByteArray pixels = [&] {
-        size_t length = 0;
-        void* data = page.write_to_memory(&length);
-        QByteArray copy(static_cast<const char*>(data), qsizetype(length));
-        g_free(data);
-        return copy;
-    }();
-    tesseract::TessBaseAPI engine;
-    ASSERT_EQ(engine.Init(nullptr, "eng"), 0);
-    engine.SetVariable("debug_file", "/dev/null");
-    engine.SetPageSegMode(tesseract::PSM_AUTO);
-    engine.SetImage(reinterpret_cast<const unsigned char*>(pixels.constData()), page.width(),
-                    page.height(), 1, page.width());
-    std::unique_ptr<tesseract::PageIterator> layout(engine.AnalyseLayout());
-    ASSERT_TRUE(layout);
-    std::vector<QRect> lines;
-    do {
-        int left, top, right, bottom;
-        if (layout->BoundingBox(tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom))
-            lines.emplace_back(QPoint(left, top), QPoint(right - 1, bottom - 1));
-    } while (layout->Next(tesseract::RIL_TEXTLINE));
+    const auto [lines, bands] = linesAndBands(page);
     ASSERT_EQ(lines.size(), 49u);
-
-    const std::vector<TextBand> bands =
-        TextBand::cut(*layout, QSize(page.width(), page.height()), 2);
     ASSERT_GE(bands.size(), 6u);
     for (size_t i = 0; i < bands.size(); ++i) {
-        EXPECT_TRUE(QRect(0, 0, page.width(), page.height()).contains(bands[i].area));
+        EXPECT_TRUE(QRect(0, 0, page.width(), page.height()).contains(bands[i]));
         for (size_t j = i + 1; j < bands.size(); ++j)
-            EXPECT_FALSE(bands[i].area.intersects(bands[j].area)) << i << " and " << j;
+            EXPECT_FALSE(bands[i].intersects(bands[j])) << i << " and " << j;
     }
     for (const QRect& line : lines) {
-        const auto holder = std::find_if(bands.begin(), bands.end(), [&](const TextBand& band) {
-            return band.area.contains(line);
-        });
+        const auto holder = std::find_if(bands.begin(), bands.end(),
+                                         [&](const QRect& band) { return band.contains(line); });
         EXPECT_NE(holder, bands.end()) << "a line at " << line.y() << " is in no band";
     }
     // The heading first, then the left column top to bottom, then the right one.
-    EXPECT_LT(bands.front().area.bottom(), bands[1].area.top());
-    EXPECT_LT(bands[1].area.right(), bands.back().area.left());
-    EXPECT_GT(bands.back().area.bottom(), bands[bands.size() - 2].area.top());
+    EXPECT_LT(bands.front().bottom(), bands[1].top());
+    EXPECT_LT(bands[1].right(), bands.back().left());
+    EXPECT_GT(bands.back().bottom(), bands[bands.size() - 2].top());
+
+    // Turned on its side the page is vertical text, which only the whole page can place.
+    const auto [turnedLines, turnedBands] = linesAndBands(page.rot90());
+    EXPECT_GE(turnedLines.size(), 25u);
+    EXPECT_TRUE(turnedBands.empty());
 }
 
 TEST(VisionTools, ALongPageReadSideBySideKeepsItsReadingOrder) {

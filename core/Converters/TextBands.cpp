@@ -1,9 +1,9 @@
-#include "TextBand.h"
+#include "TextBands.h"
 
 #include <algorithm>
 #include <tesseract/pageiterator.h>
 
-namespace tramix {
+namespace tramix::TextBands {
 
 namespace {
 
@@ -11,14 +11,10 @@ using namespace tesseract;
 
 // Bands of fewer lines cost more in setting up than they save.
 constexpr int fewestLines = 4;
-// A few bands per thread, so that a thread that drew short lines is not left idle at the end.
+// A few bands per thread, so that no thread idles at the end while another reads a long band.
 constexpr int bandsPerThread = 3;
 
-struct Block {
-    QRect area;
-    bool stacked;
-    std::vector<QRect> lines;
-};
+using Lines = std::vector<QRect>;
 
 QRect boxAt(tesseract::PageIterator& layout, PageIteratorLevel level) {
     int left = 0, top = 0, right = 0, bottom = 0;
@@ -33,7 +29,7 @@ bool horizontalText(PolyBlockType type) {
 }
 
 // Lines that overlap one another (a table read as text, say) cannot be parted by rectangles.
-bool onTopOfEachOther(const std::vector<QRect>& lines) {
+bool onTopOfEachOther(const Lines& lines) {
     for (size_t i = 1; i < lines.size(); ++i) {
         if (lines[i].top() <= lines[i - 1].bottom())
             return false;
@@ -41,33 +37,36 @@ bool onTopOfEachOther(const std::vector<QRect>& lines) {
     return !lines.empty();
 }
 
-Block blockAt(tesseract::PageIterator& layout) {
-    Block block{boxAt(layout, RIL_BLOCK), horizontalText(layout.BlockType()), {}};
-    if (!block.stacked)
-        return block;
+// The lines of the block at the iterator, none when they are not rows one above the other.
+Lines linesOfBlock(tesseract::PageIterator& layout) {
+    if (!horizontalText(layout.BlockType()))
+        return {};
+    Lines lines;
     do {
         const QRect line = boxAt(layout, RIL_TEXTLINE);
         if (!line.isEmpty())
-            block.lines.push_back(line);
+            lines.push_back(line);
     } while (!layout.IsAtFinalElement(RIL_BLOCK, RIL_TEXTLINE) && layout.Next(RIL_TEXTLINE));
-    block.stacked = onTopOfEachOther(block.lines);
-    return block;
+    return onTopOfEachOther(lines) ? lines : Lines();
 }
 
-std::vector<Block> blocksOf(tesseract::PageIterator& layout) {
-    std::vector<Block> blocks;
+// The line rows of every text block in reading order; none when a block has text in another form.
+std::vector<Lines> blocksOf(tesseract::PageIterator& layout) {
+    std::vector<Lines> blocks;
     layout.Begin();
     do {
         const PolyBlockType type = layout.BlockType();
-        if (!PTIsImageType(type) && !PTIsLineType(type))
-            blocks.push_back(blockAt(layout));
+        if (PTIsImageType(type) || PTIsLineType(type) || boxAt(layout, RIL_BLOCK).isEmpty())
+            continue;
+        Lines lines = linesOfBlock(layout);
+        if (lines.empty())
+            return {};
+        blocks.push_back(std::move(lines));
     } while (layout.Next(RIL_BLOCK));
-    std::erase_if(blocks, [](const Block& block) { return block.area.isEmpty(); });
     return blocks;
 }
 
-void cutBlock(const Block& block, int linesPerBand, QSize page, std::vector<TextBand>& bands) {
-    const std::vector<QRect>& lines = block.lines;
+void cutBlock(const Lines& lines, int linesPerBand, QSize page, std::vector<QRect>& bands) {
     for (size_t first = 0; first < lines.size(); first += size_t(linesPerBand)) {
         const size_t last = std::min(lines.size(), first + size_t(linesPerBand)) - 1;
         QRect ink;
@@ -81,30 +80,23 @@ void cutBlock(const Block& block, int linesPerBand, QSize page, std::vector<Text
             last + 1 < lines.size() ? (lines[last + 1].top() - ink.bottom() - 1) / 2 : margin;
         const QRect area = ink.adjusted(-margin, -std::clamp(above, 0, margin), margin,
                                         std::clamp(below, 0, margin));
-        bands.push_back({area & QRect(QPoint(), page), true});
+        bands.push_back(area & QRect(QPoint(), page));
     }
 }
 
 } // namespace
 
-std::vector<TextBand> TextBand::cut(tesseract::PageIterator& layout, QSize page, int threads) {
-    const std::vector<Block> blocks = blocksOf(layout);
+std::vector<QRect> cut(tesseract::PageIterator& layout, QSize page, int threads) {
+    const std::vector<Lines> blocks = blocksOf(layout);
     qsizetype lines = 0;
-    for (const Block& block : blocks)
-        lines += block.stacked ? qsizetype(block.lines.size()) : 0;
+    for (const Lines& block : blocks)
+        lines += qsizetype(block.size());
     const int wanted = std::max(1, threads * bandsPerThread);
     const int linesPerBand = std::max(fewestLines, int((lines + wanted - 1) / wanted));
-    const int margin = page.height() / 200 + 1;
-    std::vector<TextBand> bands;
-    for (const Block& block : blocks) {
-        if (block.stacked)
-            cutBlock(block, linesPerBand, page, bands);
-        else
-            bands.push_back(
-                {block.area.adjusted(-margin, -margin, margin, margin) & QRect(QPoint(), page),
-                 false});
-    }
+    std::vector<QRect> bands;
+    for (const Lines& block : blocks)
+        cutBlock(block, linesPerBand, page, bands);
     return bands;
 }
 
-} // namespace tramix
+} // namespace tramix::TextBands
