@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstring>
 #include <dlfcn.h>
+#include <mutex>
 #include <optional>
 #include <tesseract/baseapi.h>
 #include <tesseract/resultiterator.h>
@@ -145,8 +146,10 @@ std::unique_ptr<tesseract::TessBaseAPI> startEngine(const QByteArray& languages)
     const QByteArray path = QFile::encodeName(folder);
     if (engine->Init(path.constData(), languages.constData(), tesseract::OEM_DEFAULT) != 0)
         recognitionFailed();
-    // Its notes about guessed resolutions and empty pages go nowhere a user would look.
-    engine->SetVariable("debug_file", "/dev/null");
+    // Its notes about guessed resolutions and empty pages go nowhere a user would look. The
+    // setting is one for the whole process, so it is made once, not while other engines read it.
+    static std::once_flag quiet;
+    std::call_once(quiet, [&] { engine->SetVariable("debug_file", "/dev/null"); });
     return engine;
 }
 
