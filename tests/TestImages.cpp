@@ -1,6 +1,6 @@
 #include "TestImages.h"
 
-#include "Converters/VipsRuntime.h"
+#include "Image/VipsRuntime.h"
 
 #include <QFile>
 #include <QJsonArray>

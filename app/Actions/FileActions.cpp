@@ -1,7 +1,7 @@
 #include "FileActions.h"
 
+#include "Catalogue/OperationRegistry.h"
 #include "ConversionError.h"
-#include "OperationRegistry.h"
 
 namespace tramix::FileActions {
 

@@ -2,11 +2,11 @@
 // process, wires them together and keeps the tray icon with its menu panel.
 #pragma once
 
-#include "App/ModifierKey.h"
 #include "Drag/DragMonitor.h"
 #include "Drag/WheelController.h"
 #include "Drag/WheelWiring.h"
 #include "Jobs/JobCenter.h"
+#include "Settings/ModifierKey.h"
 
 #include <QElapsedTimer>
 #include <QMenu>

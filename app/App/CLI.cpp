@@ -1,8 +1,6 @@
 #include "CLI.h"
 
-#include "App/AppSettings.h"
-#include "App/History.h"
-#include "App/UILanguage.h"
+#include "Catalogue/OperationRegistry.h"
 #include "ConversionError.h"
 #include "Design/AppIcon.h"
 #include "Design/TrayIcon.h"
@@ -11,7 +9,9 @@
 #include "Drag/WheelView.h"
 #include "DurationText.h"
 #include "JobRunner.h"
-#include "OperationRegistry.h"
+#include "Settings/AppSettings.h"
+#include "Settings/History.h"
+#include "Settings/UILanguage.h"
 #include "UI/MenuView.h"
 
 #include <QDir>

@@ -3,8 +3,8 @@
 // callbacks. All of it runs on the main thread.
 #pragma once
 
-#include "App/ModifierKey.h"
 #include "Platform/DesktopInput.h"
+#include "Settings/ModifierKey.h"
 
 #include <QObject>
 #include <QStringList>

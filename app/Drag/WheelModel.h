@@ -2,8 +2,8 @@
 // hovers. Every change is announced through `changed`, and the view repaints from it.
 #pragma once
 
-#include "App/ModifierKey.h"
 #include "FileOperation.h"
+#include "Settings/ModifierKey.h"
 #include "WheelMode.h"
 
 #include <QList>

@@ -1,7 +1,7 @@
 #include "WheelOperations.h"
 
 #include "Actions/FileActions.h"
-#include "OperationRegistry.h"
+#include "Catalogue/OperationRegistry.h"
 
 namespace tramix {
 

@@ -3,10 +3,10 @@
 // owner supplies the bindings, so they can come from the settings.
 #pragma once
 
-#include "App/ModifierKey.h"
-#include "App/WheelActivation.h"
 #include "DragMonitor.h"
 #include "FileOperation.h"
+#include "Settings/ModifierKey.h"
+#include "Settings/WheelActivation.h"
 #include "WheelController.h"
 #include "WheelMode.h"
 

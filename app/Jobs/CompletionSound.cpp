@@ -1,6 +1,6 @@
 #include "CompletionSound.h"
 
-#include "App/DebugLog.h"
+#include "Settings/DebugLog.h"
 
 #include <QString>
 #include <canberra.h>

@@ -1,10 +1,10 @@
 #include "JobCenter.h"
 
-#include "App/AppSettings.h"
-#include "App/DebugLog.h"
-#include "App/History.h"
 #include "DurationText.h"
 #include "JobRunner.h"
+#include "Settings/AppSettings.h"
+#include "Settings/DebugLog.h"
+#include "Settings/History.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -2,9 +2,9 @@
 // it goes, the completion sound and an entry in the history.
 #pragma once
 
+#include "CompletionSound.h"
 #include "FileOperation.h"
 #include "JobResult.h"
-#include "Jobs/CompletionSound.h"
 #include "OutputContext.h"
 #include "UI/ToastController.h"
 

@@ -1,6 +1,6 @@
 #include "FileReveal.h"
 
-#include "App/DebugLog.h"
+#include "Settings/DebugLog.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -1,7 +1,7 @@
 #include "MenuContent.h"
 
-#include "App/AppSettings.h"
-#include "App/History.h"
+#include "Settings/AppSettings.h"
+#include "Settings/History.h"
 
 namespace tramix {
 

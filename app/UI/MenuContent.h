@@ -2,7 +2,7 @@
 // settings and the history.
 #pragma once
 
-#include "App/ModifierKey.h"
+#include "Settings/ModifierKey.h"
 #include "WheelMode.h"
 
 #include <QList>

@@ -1,11 +1,11 @@
 #include "MenuView.h"
 
-#include "App/AppSettings.h"
-#include "App/History.h"
-#include "App/UILanguage.h"
 #include "Design/AppIcon.h"
 #include "Design/StatusGlyphs.h"
 #include "Design/SymbolIcons.h"
+#include "Settings/AppSettings.h"
+#include "Settings/History.h"
+#include "Settings/UILanguage.h"
 
 #include <QFontMetricsF>
 #include <QMouseEvent>

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "Design/Theme.h"
-#include "UI/MenuContent.h"
+#include "MenuContent.h"
 
 #include <QImage>
 #include <QWidget>

@@ -1,7 +1,7 @@
 #include "StatusMenuPanel.h"
 
+#include "MenuView.h"
 #include "Platform/DesktopInput.h"
-#include "UI/MenuView.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>

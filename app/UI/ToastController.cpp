@@ -1,9 +1,9 @@
 #include "ToastController.h"
 
-#include "App/DebugLog.h"
-#include "UI/FileReveal.h"
-#include "UI/FloatingPanel.h"
-#include "UI/ToastView.h"
+#include "FileReveal.h"
+#include "FloatingPanel.h"
+#include "Settings/DebugLog.h"
+#include "ToastView.h"
 
 #include <QGuiApplication>
 #include <QPainterPath>

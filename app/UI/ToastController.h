@@ -2,7 +2,7 @@
 // hides it again after a while; a working toast stays until the job's result replaces it.
 #pragma once
 
-#include "UI/ToastModel.h"
+#include "ToastModel.h"
 
 #include <QObject>
 #include <QPoint>

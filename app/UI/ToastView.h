@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Design/Theme.h"
-#include "UI/ToastModel.h"
+#include "ToastModel.h"
 
 #include <QImage>
 #include <QTimer>

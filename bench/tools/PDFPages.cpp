@@ -3,7 +3,7 @@
 //   tramix-pdfpages split <file.pdf> <ranges>          one PDF per range ("1-2, 3-5, 6-")
 //   tramix-pdfpages merge <name> <file.pdf>...         every page of the files, in order
 #include "ConversionError.h"
-#include "Converters/PDFPageCopy.h"
+#include "PDF/PDFPageCopy.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>

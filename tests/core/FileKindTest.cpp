@@ -1,6 +1,6 @@
 #include "FileKind.h"
 
-#include "OperationRegistry.h"
+#include "Catalogue/OperationRegistry.h"
 #include "TestFiles.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "Converters/ParallelPages.h"
+#include "ParallelPages.h"
 
 #include <atomic>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "X11DesktopInput.h"
 
-#include "App/ModifierKey.h"
+#include "Settings/ModifierKey.h"
 
 #include <QSocketNotifier>
 #include <QTimer>

@@ -1,7 +1,7 @@
 // Real drags from a Qt and a GTK application under the test X server, with the drag monitor
 // wired to the wheel in a host process: what the user sees and what happens to the files.
+#include "Catalogue/OperationRegistry.h"
 #include "DragHarness.h"
-#include "OperationRegistry.h"
 #include "TestFiles.h"
 
 #include <QFileInfo>

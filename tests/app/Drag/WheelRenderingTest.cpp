@@ -1,6 +1,6 @@
 // The wheel drawn off screen by the command line, in light and dark.
 #include "TestFiles.h"
-#include "app/CliRunner.h"
+#include "app/App/CliRunner.h"
 
 #include <QImage>
 #include <gtest/gtest.h>

@@ -1,0 +1,20 @@
+// Whole-image jobs: convert, compress, shrink for the web, strip metadata, images to one PDF.
+#pragma once
+
+#include "ImageFormat.h"
+#include "OutputContext.h"
+
+#include <QStringList>
+
+namespace tramix::ImageConverter {
+
+QString convert(const QString& input, const ImageFormat& format, const OutputContext& context);
+QString compress(const QString& input, const OutputContext& context);
+QString resizeForWeb(const QString& input, int maxEdge, const OutputContext& context);
+QString stripMetadata(const QString& input, const OutputContext& context);
+
+// One page per image, in order, written to `destination` (already reserved by the caller,
+// and given back when this fails).
+void makePDF(const QStringList& inputs, const QString& destination);
+
+} // namespace tramix::ImageConverter

@@ -1,0 +1,173 @@
+#include "SpreadsheetConverter.h"
+
+#include "AtomicFile.h"
+#include "ConversionError.h"
+#include "DelimitedParser.h"
+#include "DelimitedWriter.h"
+#include "FileKind.h"
+#include "HTMLTableWriter.h"
+#include "JSONTableWriter.h"
+#include "TextScan.h"
+#include "XLSX.h"
+#include "XLSXWriter.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QFileInfo>
+#include <memory>
+
+namespace tramix::SpreadsheetConverter {
+
+namespace {
+
+constexpr qint64 chunkSize = 1 << 20;
+
+ConversionError emptyTable() {
+    return ConversionError::failed(QStringLiteral("Die Tabelle ist leer."));
+}
+
+// A writer for a text target on an open device.
+std::unique_ptr<TableWriter> textWriter(const QString& ext, QIODevice& device, const QString& name,
+                                        const QString& title) {
+    if (ext == u"csv")
+        return std::make_unique<DelimitedWriter>(device, name, ',');
+    if (ext == u"tsv")
+        return std::make_unique<DelimitedWriter>(device, name, '\t');
+    if (ext == u"json")
+        return std::make_unique<JSONTableWriter>(device, name);
+    return std::make_unique<HTMLTableWriter>(device, name, title);
+}
+
+// Reads a file piece by piece; throws "could not be read" for the user when it cannot.
+void readPieces(const QString& path, const std::function<void(QByteArrayView)>& piece) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        throw ConversionError::unreadable(QFileInfo(path).fileName());
+    QByteArray buffer(chunkSize, Qt::Uninitialized);
+    for (;;) {
+        const qint64 count = file.read(buffer.data(), chunkSize);
+        if (count < 0)
+            throw ConversionError::unreadable(QFileInfo(path).fileName());
+        if (count == 0)
+            return;
+        piece(QByteArrayView(buffer.constData(), count));
+    }
+}
+
+// Feeds every row of a delimited file to `onRow`; returns how many there were.
+qint64 streamDelimited(const QString& path, const DelimitedParser::RowHandler& onRow) {
+    TextScan scan;
+    readPieces(path, [&](QByteArrayView bytes) { scan.feed(bytes); });
+    DelimitedParser parser(scan.delimiter(pathExtension(path).toLower()), !scan.isUtf8(), onRow);
+    readPieces(path, [&](QByteArrayView bytes) { parser.feed(bytes); });
+    parser.finish();
+    return parser.rows();
+}
+
+// Writes the rows that `produce` hands over to `destination` in format `ext`, atomically; a
+// table without rows leaves nothing behind.
+void writeTable(const QString& destination, const QString& ext, const QString& title,
+                const std::function<qint64(const DelimitedParser::RowHandler&)>& produce) {
+    AtomicFile::write(destination, [&](const QString& temporary) {
+        if (ext == u"xlsx") {
+            XLSXWriter writer(temporary);
+            if (produce([&](const TableRow& row) { writer.row(row); }) == 0)
+                throw emptyTable();
+            writer.finish();
+            return;
+        }
+        QFile file(temporary);
+        if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
+            throw ConversionError::failed(
+                QStringLiteral("„%1“ konnte nicht geschrieben werden: %2")
+                    .arg(QFileInfo(destination).fileName(), file.errorString()));
+        }
+        const auto writer = textWriter(ext, file, QFileInfo(destination).fileName(), title);
+        if (produce([&](const TableRow& row) { writer->row(row); }) == 0)
+            throw emptyTable();
+        writer->finish();
+        if (!file.flush())
+            throw ConversionError::failed(
+                QStringLiteral("„%1“ konnte nicht geschrieben werden: %2")
+                    .arg(QFileInfo(destination).fileName(), file.errorString()));
+    });
+}
+
+QString textOf(const TableGrid& grid, const QString& ext, const QString& title = {}) {
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    const auto writer = textWriter(ext, buffer, QString(), title);
+    for (const QStringList& cells : grid)
+        writer->row(TableRow::from(cells));
+    writer->finish();
+    return QString::fromUtf8(buffer.data());
+}
+
+} // namespace
+
+const QList<Format>& formats() {
+    static const QList<Format> list = {
+        {"xlsx", "XLSX"}, {"csv", "CSV"}, {"tsv", "TSV"}, {"json", "JSON"}, {"html", "HTML"}};
+    return list;
+}
+
+QString convert(const QString& input, const QString& ext, const OutputContext& context) {
+    const QString target = ext.toLower();
+    const bool known = std::any_of(formats().begin(), formats().end(),
+                                   [&](const Format& format) { return format.ext == target; });
+    if (!known)
+        throw ConversionError::unsupported(QStringLiteral("Tabellen als %1").arg(ext.toUpper()));
+    const QString title = QFileInfo(input).completeBaseName();
+    if (!QFileInfo(input).isFile())
+        throw ConversionError::unreadable(QFileInfo(input).fileName());
+
+    const bool workbook = pathExtension(input).toLower() == u"xlsx";
+    const QString destination = context.destination(input, target);
+    writeTable(destination, target, title, [&](const DelimitedParser::RowHandler& onRow) {
+        return workbook ? XLSX::stream(input, onRow) : streamDelimited(input, onRow);
+    });
+    return destination;
+}
+
+TableGrid read(const QString& path) {
+    if (pathExtension(path).toLower() == u"xlsx")
+        return XLSX::read(path);
+    TableGrid grid;
+    streamDelimited(path, [&](const TableRow& row) { grid.append(row.toStrings()); });
+    return grid;
+}
+
+QChar detectDelimiter(const QString& text, const QString& lowerExtension) {
+    TextScan scan;
+    scan.feed(text.toUtf8());
+    return QChar::fromLatin1(scan.delimiter(lowerExtension));
+}
+
+TableGrid parse(const QString& text, QChar delimiter) {
+    TableGrid grid;
+    DelimitedParser parser(delimiter.toLatin1(), false,
+                           [&](const TableRow& row) { grid.append(row.toStrings()); });
+    parser.feed(text.toUtf8());
+    parser.finish();
+    return grid;
+}
+
+QString serialize(const TableGrid& grid, QChar delimiter) {
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    DelimitedWriter writer(buffer, QString(), delimiter.toLatin1());
+    for (const QStringList& cells : grid)
+        writer.row(TableRow::from(cells));
+    writer.finish();
+    return QString::fromUtf8(buffer.data());
+}
+
+QString json(const TableGrid& grid) {
+    return textOf(grid, QStringLiteral("json"));
+}
+
+QString html(const TableGrid& grid, const QString& title) {
+    return textOf(grid, QStringLiteral("html"), title);
+}
+
+} // namespace tramix::SpreadsheetConverter

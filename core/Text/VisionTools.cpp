@@ -1,0 +1,74 @@
+#include "VisionTools.h"
+
+#include "AtomicFile.h"
+#include "ConversionError.h"
+#include "Image/ImagePipeline.h"
+#include "TextRecognizer.h"
+
+#include <QCoreApplication>
+#include <QMetaObject>
+#include <mutex>
+
+namespace tramix::VisionTools {
+
+namespace {
+
+struct HookSlot {
+    std::mutex lock;
+    ClipboardHook hook;
+};
+
+HookSlot& hookSlot() {
+    static HookSlot slot;
+    return slot;
+}
+
+void toClipboard(const QString& text) {
+    ClipboardHook hook;
+    {
+        HookSlot& slot = hookSlot();
+        std::lock_guard guard(slot.lock);
+        hook = slot.hook;
+    }
+    QCoreApplication* app = QCoreApplication::instance();
+    if (!hook || !app)
+        return;
+    QMetaObject::invokeMethod(
+        app, [hook, text] { hook(text); }, Qt::QueuedConnection);
+}
+
+} // namespace
+
+void setClipboardHook(ClipboardHook hook) {
+    HookSlot& slot = hookSlot();
+    std::lock_guard guard(slot.lock);
+    slot.hook = std::move(hook);
+}
+
+QString recognize(const vips::VImage& image, double dpi) {
+    TextRecognizer recognizer;
+    return recognizer.read(image, dpi);
+}
+
+QString recognizeText(const QString& input, const OutputContext& context) {
+    const ImagePipeline::Loaded loaded = ImagePipeline::load(input);
+    const QString text =
+        recognize(loaded.image, ImagePipeline::declaredDPI(loaded.image).value_or(0));
+    if (text.isEmpty())
+        throw ConversionError::failed(QStringLiteral("Im Bild wurde kein Text gefunden."));
+    return save(text, input, context);
+}
+
+QString save(const QString& text, const QString& input, const OutputContext& context) {
+    const QString destination =
+        context.destination(input, QStringLiteral("txt"), QStringLiteral("Text"));
+    AtomicFile::writeBytes(destination, [&] { return text.toUtf8(); });
+    toClipboard(text);
+    return destination;
+}
+
+QString removeBackground(const QString&, const OutputContext&) {
+    throw ConversionError::unsupported(QStringLiteral("Hintergrund entfernen"));
+}
+
+} // namespace tramix::VisionTools

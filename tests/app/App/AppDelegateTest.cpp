@@ -1,0 +1,84 @@
+// The delegate's wiring: which key opens which wheel with which operations, and when a held
+// wheel closes.
+#include "App/AppDelegate.h"
+
+#include "Actions/FileActions.h"
+#include "Catalogue/OperationRegistry.h"
+#include "Settings/AppSettings.h"
+#include "Settings/History.h"
+#include "TestFiles.h"
+#include "UI/MenuView.h"
+#include "UI/StatusMenuPanel.h"
+#include "app/Settings/PrivateStores.h"
+#include "app/Settings/ScratchLog.h"
+
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace tramix;
+using tramix::test::TestFolder;
+
+using tramix::test::ids;
+
+namespace {
+
+bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 2000) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition() && timer.elapsed() < timeoutMs)
+        QTest::qWait(20);
+    return condition();
+}
+
+} // namespace
+
+TEST(AppDelegate, KeysOpenTheirWheelsWithTheirOperationsAndAHeldWheelClosesWithItsKey) {
+    tramix::test::PrivateStores stores;
+    TestFolder& folder = stores.folder;
+    AppSettings& settings = stores.settings;
+    tramix::test::ScratchLog log(folder.path("state"));
+    AppDelegate delegate(settings, stores.history);
+    delegate.start();
+    const QStringList photo = {folder.file("photo.jpg")};
+    WheelModel& wheel = delegate.wheel().model();
+
+    // Option opens nothing with the default keys.
+    delegate.pressed(ModifierKey::option, photo);
+    EXPECT_FALSE(waitUntil([&] { return wheel.visible(); }, 300));
+
+    delegate.pressed(ModifierKey::shift, photo);
+    ASSERT_TRUE(waitUntil([&] { return delegate.wheel().isUp(); }));
+    EXPECT_EQ(wheel.mode(), WheelMode::convert);
+    EXPECT_EQ(wheel.key(), ModifierKey::shift);
+    EXPECT_EQ(ids(wheel.operations()), ids(OperationRegistry::convertOperations(photo)));
+    // A second key switches the contents in place.
+    delegate.pressed(ModifierKey::command, photo);
+    EXPECT_EQ(wheel.mode(), WheelMode::tools);
+    EXPECT_EQ(ids(wheel.operations()), ids(OperationRegistry::toolOperations(photo)));
+    delegate.pressed(ModifierKey::control, photo);
+    EXPECT_EQ(wheel.mode(), WheelMode::actions);
+    EXPECT_EQ(ids(wheel.operations()), ids(FileActions::operations()));
+    // Toggle activation: releasing the key leaves the wheel open.
+    delegate.released(ModifierKey::control);
+    QTest::qWait(300);
+    EXPECT_TRUE(delegate.wheel().isUp());
+    delegate.wheel().hide(0);
+    ASSERT_TRUE(waitUntil([&] { return !delegate.wheel().isUp(); }));
+
+    // Hold activation: only the key that opened the wheel closes it.
+    settings.setActivation(WheelActivation::hold);
+    delegate.pressed(ModifierKey::shift, photo);
+    ASSERT_TRUE(waitUntil([&] { return delegate.wheel().isUp(); }));
+    delegate.released(ModifierKey::command);
+    QTest::qWait(300);
+    EXPECT_TRUE(delegate.wheel().isUp()) << "another key's release closed the wheel";
+    delegate.released(ModifierKey::shift);
+    EXPECT_TRUE(waitUntil([&] { return !delegate.wheel().isUp(); }));
+
+    // Off screen there is neither a tray nor a way to watch drags; the app says so.
+    const QStringList messages = log.messages();
+    EXPECT_TRUE(messages.contains("Tramix gestartet"));
+    EXPECT_TRUE(messages.filter("Kein Infobereich").size() == 1)
+        << messages.join('\n').toStdString();
+    EXPECT_TRUE(delegate.menu().view().content().notice.has_value());
+}

@@ -1,0 +1,175 @@
+#include "CliRunner.h"
+#include "TestFiles.h"
+#include "TestImages.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <gtest/gtest.h>
+
+using tramix::test::runTramix;
+
+namespace {
+
+QString joined(const QStringList& lines) {
+    return lines.join(u'\n') + u'\n';
+}
+
+} // namespace
+
+TEST(CLI, ListPrintsTabSeparatedOperationsInCatalogueOrder) {
+    const auto images = runTramix({"--list", "convert", "a.jpg", "b.png"});
+    EXPECT_EQ(images.status, 0);
+    EXPECT_EQ(images.out, joined({
+                              "convert.image.jpg\tJPG\tIn JPG umwandeln",
+                              "convert.image.png\tPNG\tIn PNG umwandeln",
+                              "convert.image.heic\tHEIC\tIn HEIC umwandeln",
+                              "convert.image.webp\tWEBP\tIn WEBP umwandeln",
+                              "convert.image.avif\tAVIF\tIn AVIF umwandeln",
+                              "convert.image.tiff\tTIFF\tIn TIFF umwandeln",
+                              "convert.image.gif\tGIF\tIn GIF umwandeln",
+                              "convert.image.bmp\tBMP\tIn BMP umwandeln",
+                              "convert.image.pdf\tPDF\tIn PDF umwandeln",
+                          }));
+
+    // An unknown mode word is not an error: it lists the convert operations.
+    EXPECT_EQ(runTramix({"--list", "formats", "a.jpg", "b.png"}).out, images.out);
+
+    const auto tools = runTramix({"--list", "tools", "x.PNG"});
+    EXPECT_EQ(tools.status, 0);
+    ASSERT_EQ(tools.lines().size(), 6);
+    EXPECT_EQ(tools.lines().first(), "tool.image.compress\tKOMPR.\tKomprimieren");
+    EXPECT_EQ(tools.lines().last(), "tool.image.pdf\tPDF\tAls PDF");
+
+    const auto actions = runTramix({"--list", "actions", "notes.txt"});
+    EXPECT_EQ(actions.status, 0);
+    EXPECT_EQ(actions.lines().first(), "action.airdrop\tAIRDROP\tPer AirDrop teilen");
+    EXPECT_TRUE(actions.lines().contains("archive.zip\tZIP\tAls ZIP packen"));
+
+    // Nothing fits: nothing printed, and that is no failure.
+    const auto nothing = runTramix({"--list", "convert", "a.jpg", "b.pdf"});
+    EXPECT_EQ(nothing.status, 0);
+    EXPECT_EQ(nothing.out, "");
+}
+
+TEST(CLI, ListTakesRelativePathsFromTheWorkingFolder) {
+    tramix::test::TestFolder folder;
+    folder.folder("Fotos");
+    const auto listed = runTramix({"--list", "convert", "Fotos"}, folder.path("."));
+    EXPECT_EQ(listed.out, joined({"archive.zip\tZIP\tAls ZIP packen",
+                                  "archive.tgz\tTAR.GZ\tAls TAR.GZ packen"}));
+}
+
+TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
+    const std::pair<QStringList, QString> cases[] = {
+        {{"--list", "convert"}, "Fehler: --list <convert|tools|actions> <dateien…>"},
+        {{"--list"}, "Fehler: --list <convert|tools|actions> <dateien…>"},
+        {{"--run", "convert.image.png"}, "Fehler: --run <operation-id> <dateien…>"},
+        {{"--run", "convert.image.png", "a.pdf", "b.docx"},
+         "Fehler: Operation convert.image.png passt nicht zu diesen Dateien."},
+        // The actions wheel is not reachable from --run.
+        {{"--run", "action.copy", "a.jpg"},
+         "Fehler: Operation action.copy passt nicht zu diesen Dateien."},
+        {{"--frobnicate", "x"}, "Fehler: Unbekannter Befehl --frobnicate"},
+        {{"--LIST", "convert", "a.jpg"}, "Fehler: Unbekannter Befehl --LIST"},
+        {{"--render-icon"}, "Fehler: Ausgabepfad fehlt."},
+        {{"--render-wheel", "tools"}, "Fehler: Ausgabepfad fehlt."},
+        {{"--render-editor", "crop"}, "Fehler: --render-editor <art> out.png dateien… [dark]"},
+        {{"--render-editor", "collage", "out.png"}, "Fehler: Unbekannter Editor collage"},
+    };
+    for (const auto& [args, expected] : cases) {
+        const auto result = runTramix(args);
+        EXPECT_EQ(result.status, 1) << args.join(' ').toStdString();
+        EXPECT_EQ(result.out, expected + u'\n') << args.join(' ').toStdString();
+    }
+}
+
+TEST(CLI, RunPrintsOutputsThenFailuresThenTheDurationThenTheCount) {
+    tramix::test::TestFolder folder;
+    tramix::test::saveImage(tramix::test::halves(20, 10, tramix::test::red, tramix::test::blue),
+                            folder.path("Urlaub.jpg"));
+    folder.file("sub/Strand.jpeg", "no image at all");
+    folder.file("sub/Meer.jpg", "neither");
+    const auto result =
+        runTramix({"--run", "convert.image.png", "Urlaub.jpg", "sub/Strand.jpeg", "sub/Meer.jpg"},
+                  folder.path("."));
+    EXPECT_EQ(result.status, 1);
+    const QStringList lines = result.lines();
+    ASSERT_EQ(lines.size(), 5) << result.out.toStdString();
+
+    EXPECT_EQ(lines[0], folder.path("Urlaub.png"));
+    EXPECT_TRUE(QFileInfo(lines[0]).isFile());
+    // Failures come in completion order, one line per input, named by file name only.
+    QStringList failures = lines.mid(1, 2);
+    failures.sort();
+    EXPECT_EQ(failures, QStringList({"FEHLER Meer.jpg: „Meer.jpg“ konnte nicht gelesen werden.",
+                                     "FEHLER Strand.jpeg: „Strand.jpeg“ konnte nicht gelesen "
+                                     "werden."}));
+    EXPECT_TRUE(QRegularExpression("^Dauer: (\\d+ ms|\\d+\\.\\d s)$").match(lines[3]).hasMatch())
+        << lines[3].toStdString();
+    EXPECT_EQ(lines[4], "Fehler: 2 Fehler");
+    // A failed conversion leaves nothing behind.
+    EXPECT_FALSE(QFileInfo::exists(folder.path("sub/Strand.png")));
+    EXPECT_FALSE(QFileInfo::exists(folder.path("sub/Meer.png")));
+}
+
+TEST(CLI, RenderCommandsCheckTheirArgumentsBeforeSayingWhatIsNotBuilt) {
+    const auto crop = runTramix({"--render-editor", "crop", "/tmp/never-written.png", "a.jpg"});
+    EXPECT_EQ(crop.status, 1);
+    EXPECT_TRUE(crop.out.startsWith("Fehler: Nicht unterstützt: ")) << crop.out.toStdString();
+    EXPECT_FALSE(QFileInfo::exists("/tmp/never-written.png"));
+    for (const char* command :
+         {"--render-scene", "--render-og", "--render-shelf", "--render-dmg-background",
+          "--render-welcome", "--render-settings"}) {
+        const auto result = runTramix({command, "/tmp/never-written.png"});
+        EXPECT_EQ(result.status, 1) << command;
+        EXPECT_TRUE(result.out.startsWith("Fehler: Nicht unterstützt: ")) << command;
+    }
+}
+
+TEST(CLI, RunConvertsMarkdownAndPacksUnpacksAndRepacksArchives) {
+    tramix::test::TestFolder folder;
+    folder.file("Notizen.md", "# Liste\n\n- **eins**\n- <zwei>\n");
+    folder.file("Projekt/README.md", "Hallo");
+    folder.file("Projekt/src/main.c", "int main(void) { return 0; }");
+
+    const auto html = runTramix({"--run", "convert.document.html", "Notizen.md"}, folder.path("."));
+    EXPECT_EQ(html.status, 0) << html.out.toStdString();
+    EXPECT_EQ(html.lines().first(), folder.path("Notizen.html"));
+    QFile page(folder.path("Notizen.html"));
+    ASSERT_TRUE(page.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(page.readAll().contains(
+        "<h1>Liste</h1>\n<ul>\n<li><strong>eins</strong></li>\n<li>&lt;zwei&gt;</li>\n</ul>"));
+    const auto pdf = runTramix({"--run", "convert.document.pdf", "Notizen.md"}, folder.path("."));
+    EXPECT_EQ(pdf.status, 1);
+    EXPECT_TRUE(pdf.out.startsWith("FEHLER Notizen.md: Nicht unterstützt: "))
+        << pdf.out.toStdString();
+
+    // Folder → ZIP → TAR.GZ → folder, each step by its own command.
+    const auto zip = runTramix({"--run", "archive.zip", "Projekt"}, folder.path("."));
+    EXPECT_EQ(zip.status, 0) << zip.out.toStdString();
+    EXPECT_EQ(zip.lines().first(), folder.path("Projekt.zip"));
+    const auto tgz = runTramix({"--run", "convert.archive.tgz", "Projekt.zip"}, folder.path("."));
+    EXPECT_EQ(tgz.status, 0) << tgz.out.toStdString();
+    EXPECT_EQ(tgz.lines().first(), folder.path("Projekt.tar.gz"));
+    const auto back =
+        runTramix({"--run", "convert.archive.extract", "Projekt.tar.gz"}, folder.path("."));
+    EXPECT_EQ(back.status, 0) << back.out.toStdString();
+    EXPECT_EQ(back.lines().first(), folder.path("Projekt 2"));
+    QFile source(folder.path("Projekt 2/Projekt/src/main.c"));
+    ASSERT_TRUE(source.open(QIODevice::ReadOnly));
+    EXPECT_EQ(source.readAll(), "int main(void) { return 0; }");
+
+    // Two archives at once: the damaged one gets its line, the good one its result.
+    folder.file("Kaputt.zip", "kein Archiv");
+    const auto both = runTramix({"--run", "convert.archive.zip", "Kaputt.zip", "Projekt.tar.gz"},
+                                folder.path("."));
+    EXPECT_EQ(both.status, 1);
+    const QStringList lines = both.lines();
+    ASSERT_GE(lines.size(), 2) << both.out.toStdString();
+    EXPECT_EQ(lines[0], folder.path("Projekt 2.zip"));
+    EXPECT_TRUE(lines[1].startsWith("FEHLER Kaputt.zip: ")) << lines[1].toStdString();
+    EXPECT_FALSE(QFileInfo::exists(folder.path("Kaputt 2.zip")));
+    EXPECT_FALSE(QFileInfo::exists(folder.path("Kaputt")));
+}

@@ -1,0 +1,273 @@
+#include "Image/ImageConverter.h"
+
+#include "Catalogue/OperationRegistry.h"
+#include "ConversionError.h"
+#include "Image/ImageFormat.h"
+#include "JobRunner.h"
+#include "TestFiles.h"
+#include "TestImages.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+using namespace tramix;
+using namespace tramix::test;
+using vips::VImage;
+
+namespace {
+
+// A photo taken with the camera turned: stored 64×32 with red on the left, so upright it is
+// 32×64 with red on top. It carries GPS, IPTC and XMP.
+QString turnedPhoto(const TestFolder& dir, const QString& name = QStringLiteral("photo.jpg")) {
+    const QString path = saveImage(halves(64, 32, red, blue), dir.path(name), "[Q=95]");
+    exiftool({"-q", "-overwrite_original", "-Orientation#=6", "-GPSLatitude=48.1",
+              "-GPSLatitudeRef=N", "-IPTC:Keywords=Urlaub", "-XMP-dc:Title=Hallo", path});
+    return path;
+}
+
+VImage open(const QString& path) {
+    return VImage::new_from_file(QFile::encodeName(path).constData());
+}
+
+QStringList filesIn(const TestFolder& dir) {
+    return QDir(dir.path(".")).entryList(QDir::Files | QDir::Hidden);
+}
+
+} // namespace
+
+TEST(ImageConverter, ConvertTurnsPixelsUprightAndKeepsGPSAndIPTC) {
+    TestFolder dir;
+    const QString photo = turnedPhoto(dir);
+    for (const ImageFormat& format : {ImageFormat::png, ImageFormat::heic, ImageFormat::webp,
+                                      ImageFormat::avif, ImageFormat::tiff, ImageFormat::jpg}) {
+        SCOPED_TRACE(format.ext.toStdString());
+        const QString output = ImageConverter::convert(photo, format, OutputContext());
+        EXPECT_EQ(QFileInfo(output).fileName(),
+                  format == ImageFormat::jpg ? "photo 2.jpg" : "photo." + format.ext);
+        const VImage image = open(output);
+        EXPECT_EQ(image.width(), 32);
+        EXPECT_EQ(image.height(), 64);
+        EXPECT_TRUE(isNear(pixelAt(output, 16, 8), red));
+        EXPECT_TRUE(isNear(pixelAt(output, 16, 56), blue));
+
+        const QJsonObject tags = tagsOf(output);
+        for (const QString key : {"IFD0:Orientation", "XMP-tiff:Orientation"}) {
+            if (tags.contains(key)) {
+                EXPECT_EQ(tags[key].toInt(), 1) << key.toStdString();
+            }
+        }
+        EXPECT_NEAR(tags["GPS:GPSLatitude"].toDouble(), 48.1, 1e-6);
+        const bool keywordKept = tags["IPTC:Keywords"].toString() == "Urlaub" ||
+                                 tags["XMP-dc:Subject"].toString() == "Urlaub";
+        EXPECT_TRUE(keywordKept);
+        EXPECT_FALSE(tags.contains("IFD1:ThumbnailOffset"));
+    }
+}
+
+TEST(ImageConverter, OpensEveryImageFormatThatLibvipsReads) {
+    TestFolder dir;
+    const VImage source = halves(48, 32, red, blue);
+    QStringList inputs;
+    for (const char* name : {"a.jp2", "a.gif", "a.tiff", "a.webp", "a.heic", "a.avif", "a.bmp"})
+        inputs << saveImage(source, dir.path(name));
+    for (const char* format : {"tga", "psd", "ico"}) {
+        const QString path = dir.path(QStringLiteral("a.") + format);
+        source.magicksave(QFile::encodeName(path).constData(),
+                          VImage::option()->set("format", format));
+        inputs << path;
+    }
+    for (const QString& input : inputs) {
+        SCOPED_TRACE(input.toStdString());
+        const QString output = ImageConverter::convert(input, ImageFormat::png, OutputContext());
+        EXPECT_EQ(open(output).width(), 48);
+        EXPECT_TRUE(isNear(pixelAt(output, 4, 16), red));
+        EXPECT_TRUE(isNear(pixelAt(output, 44, 16), blue));
+    }
+}
+
+TEST(ImageConverter, TransparencyIsFlattenedOntoWhiteOnlyWhereTheFormatHasNone) {
+    TestFolder dir;
+    const QString png =
+        saveImage(halves(40, 20, {0, 0, 0, 0}, {0, 160, 0, 255}), dir.path("clear.png"));
+    for (const ImageFormat& format : {ImageFormat::jpg, ImageFormat::bmp, ImageFormat::webp}) {
+        SCOPED_TRACE(format.ext.toStdString());
+        const QString output = ImageConverter::convert(png, format, OutputContext());
+        const VImage image = open(output);
+        EXPECT_EQ(image.has_alpha(), format.supportsAlpha);
+        if (!format.supportsAlpha) {
+            EXPECT_TRUE(isNear(image.getpoint(5, 10), white, 8));
+        }
+        EXPECT_TRUE(isNear(pixelAt(output, 35, 10), green, 24));
+    }
+}
+
+TEST(ImageConverter, CompressShrinksLargeImagesAndChoosesTheFormatByAlpha) {
+    TestFolder dir;
+    const QString big = saveImage(photoLike(5000, 3000), dir.path("big.png"));
+    const QString jpg = ImageConverter::compress(big, OutputContext());
+    EXPECT_EQ(QFileInfo(jpg).fileName(), "big komprimiert.jpg");
+    const VImage shrunk = open(jpg);
+    EXPECT_EQ(shrunk.width(), 3840);
+    EXPECT_LE(shrunk.height(), 2304);
+    EXPECT_LT(QFileInfo(jpg).size(), QFileInfo(big).size() * 3 / 4);
+
+    const QString clear = saveImage(
+        photoLike(600, 400).bandjoin(VImage::black(600, 400) + 200).cast(VIPS_FORMAT_UCHAR),
+        dir.path("clear.png"));
+    const QString heic = ImageConverter::compress(clear, OutputContext());
+    EXPECT_EQ(QFileInfo(heic).fileName(), "clear komprimiert.heic");
+    EXPECT_TRUE(open(heic).has_alpha());
+}
+
+TEST(ImageConverter, CompressRefusesWhatIsAlreadyTightAndLeavesNoFile) {
+    TestFolder dir;
+    const QString tight =
+        saveImage(photoLike(16, 16), dir.path("tight.jpg"), "[Q=10,optimize_coding,strip]");
+    const QStringList before = filesIn(dir);
+    EXPECT_EQ(errorOf([&] { ImageConverter::compress(tight, OutputContext()); }),
+              "Das Bild ist bereits optimal komprimiert.");
+    EXPECT_EQ(filesIn(dir), before);
+}
+
+TEST(ImageConverter, WebSizeRefusesSmallImagesAndFitsLargeOnes) {
+    TestFolder dir;
+    const QString small = saveImage(photoLike(1920, 1080), dir.path("small.jpg"));
+    EXPECT_EQ(errorOf([&] { ImageConverter::resizeForWeb(small, 1920, OutputContext()); }),
+              "Das Bild ist schon höchstens 1920 px groß.");
+
+    const QString large = saveImage(photoLike(3840, 2160), dir.path("large.jpg"));
+    const QString web = ImageConverter::resizeForWeb(large, 1920, OutputContext());
+    EXPECT_EQ(QFileInfo(web).fileName(), "large Web.jpg");
+    EXPECT_EQ(open(web).width(), 1920);
+    EXPECT_EQ(open(web).height(), 1080);
+
+    const QString clear =
+        saveImage(halves(2400, 100, {0, 0, 0, 0}, {0, 160, 0, 255}), dir.path("clear.webp"));
+    const QString png = ImageConverter::resizeForWeb(clear, 1920, OutputContext());
+    EXPECT_EQ(QFileInfo(png).fileName(), "clear Web.png");
+    EXPECT_EQ(open(png).width(), 1920);
+    EXPECT_EQ(open(png).height(), 80);
+}
+
+TEST(ImageConverter, StripRemovesAllMetadataButKeepsTheColourProfile) {
+    TestFolder dir;
+    const QString photo = turnedPhoto(dir);
+    // A wide-gamut profile: dropping it would change the colours.
+    const VImage p3 = halves(64, 32, red, blue)
+                          .icc_transform("p3", VImage::option()->set("input_profile", "srgb"));
+    for (const QString name : {"wide.jpg", "wide.png", "wide.webp"}) {
+        const QString path = saveImage(p3, dir.path(name));
+        exiftool({"-q", "-overwrite_original", "-tagsFromFile", photo, "-all:all", path});
+    }
+    for (const QString name : {"photo.jpg", "wide.jpg", "wide.png", "wide.webp"}) {
+        SCOPED_TRACE(name.toStdString());
+        const QString input = dir.path(name);
+        ASSERT_TRUE(hasGroup(tagsOf(input), "GPS"));
+        const QString output = ImageConverter::stripMetadata(input, OutputContext());
+        EXPECT_EQ(QFileInfo(output).suffix(), QFileInfo(input).suffix());
+        EXPECT_TRUE(QFileInfo(output).completeBaseName().endsWith(" ohne Metadaten"));
+        const QJsonObject tags = tagsOf(output);
+        for (const QString group : {"GPS", "ExifIFD", "IFD0", "IPTC", "XMP-dc", "XMP-x"})
+            EXPECT_FALSE(hasGroup(tags, group)) << group.toStdString();
+        if (name.startsWith(u"wide")) {
+            EXPECT_TRUE(open(output).get_typeof(VIPS_META_ICC_NAME) != 0);
+        }
+        EXPECT_TRUE(isNear(pixelAt(output, 16, 8), red));
+    }
+}
+
+TEST(ImageConverter, PDFPagesAreSizedByPixelsAndResolutionAndShowImagesUpright) {
+    TestFolder dir;
+    const double dotsPerMillimetre = 300 / 25.4;
+    const QString print = saveImage(
+        photoLike(3000, 3000)
+            .copy(VImage::option()->set("xres", dotsPerMillimetre)->set("yres", dotsPerMillimetre)),
+        dir.path("print.png"));
+    const QString plain = saveImage(halves(200, 100, red, blue), dir.path("plain.png"));
+    const QString photo = turnedPhoto(dir);
+    const QString clear =
+        saveImage(halves(40, 20, {0, 0, 0, 0}, {0, 160, 0, 255}), dir.path("clear.png"));
+    const QString pdf = dir.path("album.pdf");
+    ImageConverter::makePDF({print, plain, photo, clear}, pdf);
+
+    QProcess qpdf;
+    qpdf.start(QStringLiteral("qpdf"), {"--check", pdf});
+    ASSERT_TRUE(qpdf.waitForFinished(30000));
+    EXPECT_EQ(qpdf.exitCode(), 0) << qpdf.readAllStandardOutput().toStdString();
+
+    QFile file(pdf);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray bytes = file.readAll();
+    EXPECT_TRUE(bytes.contains("/MediaBox [0 0 720 720]"));
+    EXPECT_TRUE(bytes.contains("/MediaBox [0 0 200 100]"));
+    QFile jpeg(photo);
+    ASSERT_TRUE(jpeg.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(bytes.contains(jpeg.readAll())) << "JPEG data is embedded as it is";
+
+    const auto page = [&](int number) {
+        return VImage::pdfload(QFile::encodeName(pdf).constData(),
+                               VImage::option()->set("page", number));
+    };
+    EXPECT_EQ(page(0).get_int("n-pages"), 4);
+    EXPECT_TRUE(isNear(page(1).getpoint(50, 50), red));
+    const VImage upright = page(2);
+    EXPECT_EQ(upright.width(), 32);
+    EXPECT_EQ(upright.height(), 64);
+    EXPECT_TRUE(isNear(upright.getpoint(16, 8), red));
+    EXPECT_TRUE(isNear(upright.getpoint(16, 56), blue));
+    const VImage masked =
+        page(3).flatten(VImage::option()->set("background", std::vector<double>{255}));
+    EXPECT_TRUE(isNear(masked.getpoint(5, 10), white, 8));
+    EXPECT_TRUE(isNear(masked.getpoint(35, 10), green, 8));
+}
+
+TEST(ImageConverter, BadInputsFailAloneWithTheirSentenceAndLeaveNoFile) {
+    TestFolder dir;
+    // A PNG whose header claims 100,000 × 100,000 pixels, with hardly any pixel data.
+    const auto chunk = [](const QByteArray& type, const QByteArray& data) {
+        QByteArray bytes;
+        for (const auto value : {quint32(data.size()), quint32(0)})
+            for (int shift = 24; shift >= 0; shift -= 8)
+                bytes.append(char((value >> shift) & 0xff));
+        bytes.chop(4);
+        const QByteArray body = type + data;
+        const quint32 crc = crc32(0, reinterpret_cast<const Bytef*>(body.constData()), body.size());
+        bytes += body;
+        for (int shift = 24; shift >= 0; shift -= 8)
+            bytes.append(char((crc >> shift) & 0xff));
+        return bytes;
+    };
+    const QString bombPath = dir.file(
+        "bomb.png", QByteArray("\x89PNG\r\n\x1a\n", 8) +
+                        chunk("IHDR", QByteArray::fromHex("000186a0000186a00802000000")) +
+                        chunk("IDAT", qCompress(QByteArray(64, 0)).mid(4)) + chunk("IEND", {}));
+    const QString broken = dir.file("broken.jpg", "this is no image");
+    const QString good = saveImage(halves(20, 10, red, blue), dir.path("good.png"));
+
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_EQ(
+        errorOf([&] { ImageConverter::convert(bombPath, ImageFormat::jpg, OutputContext()); }),
+        "„bomb.png“ ist mit 100000 × 100000 Pixeln zu groß (höchstens 500 Megapixel).");
+    EXPECT_LT(timer.elapsed(), 2000);
+
+    const FileOperation convertToJPG = OperationRegistry::imageConvert(ImageFormat::jpg);
+    const JobResult result =
+        JobRunner::run(convertToJPG, {broken, good, bombPath}, OutputContext());
+    ASSERT_EQ(result.outputs.size(), 1);
+    EXPECT_EQ(QFileInfo(result.outputs[0]).fileName(), "good.jpg");
+    ASSERT_EQ(result.failures.size(), 2);
+    EXPECT_EQ(filesIn(dir), QStringList({"bomb.png", "broken.jpg", "good.jpg", "good.png"}));
+}
+
+TEST(ImageFormat, OwnFormatOfAFileIsItsWritableExtensionElsePNG) {
+    EXPECT_EQ(ImageFormat::writable(), ImageFormat::all()) << "every format writes on this machine";
+    EXPECT_EQ(ImageFormat::forFile("/a/photo.JPEG"), ImageFormat::jpg);
+    EXPECT_EQ(ImageFormat::forFile("/a/scan.bmp"), ImageFormat::bmp);
+    EXPECT_EQ(ImageFormat::forFile("/a/x.xyz"), ImageFormat::png);
+    EXPECT_EQ(ImageFormat::forFile("/a/art.psd"), ImageFormat::png);
+}

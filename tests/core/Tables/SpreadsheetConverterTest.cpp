@@ -1,0 +1,194 @@
+#include "Tables/SpreadsheetConverter.h"
+
+#include "ConversionError.h"
+#include "TestFiles.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <gtest/gtest.h>
+
+using namespace tramix;
+using test::errorOf;
+namespace Sheet = tramix::SpreadsheetConverter;
+
+namespace {
+
+QByteArray contents(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
+}
+
+QStringList entries(const QString& folder) {
+    return QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::Dirs | QDir::NoDotAndDotDot,
+                                  QDir::Name);
+}
+
+} // namespace
+
+TEST(SpreadsheetConverter, DelimiterCountsTheFirstLineWithTiesToCommaThenSemicolon) {
+    const std::pair<const char*, char> cases[] = {
+        {"a;b;c,d,e", ','},           // two of each: comma
+        {"a\tb\tc\td,e,f;g;h", '\t'}, // three tabs beat two and two
+        {"a;b;c,d\n", ';'},
+        {"a\tb;c;d", ';'},
+        {"plain words", ','},
+        {"a;b\nc,d,e,f", ';'},       // only the first line counts
+        {"a;b\rc,d,e,f", ';'},       // a lone carriage return ends it, too
+        {"a;b\r\nc,d,e,f\r\n", ','}, // a CR LF pair does not: the whole text counts
+        {"\na;b;c", ','},            // an empty first line holds nothing
+    };
+    for (const auto& [text, expected] : cases)
+        EXPECT_EQ(Sheet::detectDelimiter(QString::fromUtf8(text), "csv"), QChar(expected)) << text;
+    EXPECT_EQ(Sheet::detectDelimiter("a,b,c", "tsv"), QChar(u'\t'));
+}
+
+TEST(SpreadsheetConverter, ParseHandlesQuotesEmptyLinesAndOnlyBareLineFeedsEndRows) {
+    EXPECT_EQ(Sheet::parse("name,note\n\"a,b\nc \"\"q\"\"\",x\n", u','),
+              TableGrid({{"name", "note"}, {"a,b\nc \"q\"", "x"}}));
+    // A quote inside an unquoted cell is an ordinary character.
+    EXPECT_EQ(Sheet::parse("5\" Display,12 \"Zoll\"", u','),
+              TableGrid({{"5\" Display", "12 \"Zoll\""}}));
+    // Empty lines vanish; a line holding only the delimiter is two empty cells.
+    EXPECT_EQ(Sheet::parse("a;b\n\n\n;\nc;d", u';'), TableGrid({{"a", "b"}, {"", ""}, {"c", "d"}}));
+    // A closed quote lets the rest of the cell follow; a quote at the very end closes, too.
+    EXPECT_EQ(Sheet::parse("\"ab\"c,\"x\"\"\"", u','), TableGrid({{"abc", "x\""}}));
+    EXPECT_EQ(Sheet::parse("\"\",\"\"\n\"\"\n", u','), TableGrid({{"", ""}}));
+    EXPECT_EQ(Sheet::parse("a\tb,c\n", u'\t'), TableGrid({{"a", "b,c"}}));
+    EXPECT_TRUE(Sheet::parse("", u',').isEmpty());
+    EXPECT_TRUE(Sheet::parse("\n\n", u',').isEmpty());
+
+    // CR LF line ends do not end rows: they stay in the cells, as does a lone carriage return.
+    EXPECT_EQ(Sheet::parse("a,b\r\nc,d\r\n", u','), TableGrid({{"a", "b\r\nc", "d\r\n"}}));
+    EXPECT_EQ(Sheet::parse("a\rb,c\nd", u','), TableGrid({{"a\rb", "c"}, {"d"}}));
+    EXPECT_EQ(Sheet::parse("\"x\r\ny\"\r\nz", u','), TableGrid({{"x\r\ny\r\nz"}}));
+}
+
+TEST(SpreadsheetConverter, SerializeQuotesWhatWouldBreakTheLineAndRoundTrips) {
+    const TableGrid grid = {{"a,b", "plain", "say \"hi\""}, {"line\nbreak", "cr\rhere", ""}, {"x"}};
+    EXPECT_EQ(Sheet::serialize(grid, u','),
+              "\"a,b\",plain,\"say \"\"hi\"\"\"\n\"line\nbreak\",\"cr\rhere\",\nx\n");
+    // The comma needs no quotes between tabs.
+    EXPECT_EQ(Sheet::serialize({{"a,b", "c"}}, u'\t'), "a,b\tc\n");
+    EXPECT_EQ(Sheet::serialize({{"a\tb", "c"}}, u'\t'), "\"a\tb\"\tc\n");
+    EXPECT_EQ(Sheet::parse(Sheet::serialize(grid, u','), u','), grid);
+    EXPECT_EQ(Sheet::parse(Sheet::serialize(grid, u'\t'), u'\t'), grid);
+}
+
+TEST(SpreadsheetConverter, JSONKeysObjectsByHeaderSortedWithStringValues) {
+    EXPECT_EQ(Sheet::json({}), "[]");
+    EXPECT_EQ(Sheet::json({{"a", "b"}}), "[]");
+    EXPECT_EQ(Sheet::json({{"b", "a"}, {"1", "2"}}),
+              "[\n  {\n    \"a\": \"2\",\n    \"b\": \"1\"\n  }\n]");
+
+    const TableGrid grid = {
+        {"Name", "", "Spalte 10", "name", "URL", "Name", "Zähler"},
+        {"first", "second", "tenth", "lower", "https://x.de/a", "later", "ä\"\\\n\t\x01"},
+        {"short"},
+        {"1", "2", "3", "4", "5", "6", "7", "beyond the header"},
+    };
+    const QString text = Sheet::json(grid);
+    // Slashes stay as they are, control characters are escaped, keys are two-space indented.
+    EXPECT_TRUE(text.contains("\"URL\": \"https://x.de/a\"")) << text.toStdString();
+    EXPECT_TRUE(text.contains("\"Zähler\": \"ä\\\"\\\\\\n\\t\\u0001\"")) << text.toStdString();
+    EXPECT_TRUE(text.startsWith("[\n  {\n    \"Name\": \"later\",\n    \"name\": \"lower\",\n"))
+        << text.toStdString();
+
+    QJsonParseError error;
+    const QJsonArray array = QJsonDocument::fromJson(text.toUtf8(), &error).array();
+    ASSERT_EQ(error.error, QJsonParseError::NoError) << error.errorString().toStdString();
+    ASSERT_EQ(array.size(), 3);
+    const QJsonObject first = array[0].toObject();
+    // The empty header cell is "Spalte 2"; the later "Name" column wins.
+    EXPECT_EQ(first.keys(),
+              QStringList({"Name", "Spalte 10", "Spalte 2", "URL", "Zähler", "name"}));
+    EXPECT_EQ(first["Spalte 2"].toString(), "second");
+    EXPECT_EQ(first["Name"].toString(), "later");
+    EXPECT_EQ(first["name"].toString(), "lower");
+    EXPECT_EQ(first["Zähler"].toString(), "ä\"\\\n\t\x01");
+    EXPECT_EQ(array[1].toObject()["Name"].toString(), "");
+    EXPECT_EQ(array[1].toObject()["name"].toString(), "");
+    EXPECT_EQ(array[2].toObject().size(), 6);
+    EXPECT_TRUE(array[2].toObject()["Name"].isString());
+
+    // Keys are sorted as people read them: case aside, numbers by value.
+    const qsizetype two = text.indexOf("\"Spalte 2\"");
+    const qsizetype ten = text.indexOf("\"Spalte 10\"");
+    EXPECT_LT(text.indexOf("\"Name\""), text.indexOf("\"name\""));
+    EXPECT_LT(text.indexOf("\"name\""), two);
+    EXPECT_LT(two, ten);
+}
+
+TEST(SpreadsheetConverter, HTMLIsOneEscapedTableWithTheHeaderApart) {
+    const QString head = "<!doctype html><html><head><meta charset=\"utf-8\"><title>";
+    const QString style =
+        "</title>\n<style>body{font-family:-apple-system,Helvetica,sans-serif;margin:2em;"
+        "color:#1d1d1f}table{border-collapse:collapse}\nth,td{border:1px solid #e3e3e0;"
+        "padding:6px 10px;text-align:left}th{background:#f4f4f2}</style></head>\n<body><table>\n";
+    const QString tail = "\n</table></body></html>";
+    EXPECT_EQ(Sheet::html({{"A&B", "<C>"}, {"1 < 2", "x"}, {"only"}}, "Preise & <Mengen>"),
+              head + "Preise &amp; &lt;Mengen&gt;" + style +
+                  "<thead><tr><th>A&amp;B</th><th>&lt;C&gt;</th></tr></thead>\n<tbody>\n"
+                  "<tr><td>1 &lt; 2</td><td>x</td></tr>\n<tr><td>only</td></tr>\n</tbody>" +
+                  tail);
+    EXPECT_EQ(Sheet::html({}, "leer"), head + "leer" + style + tail);
+}
+
+TEST(SpreadsheetConverter, ConvertReadsLatin1AndBomAndNeverLeavesAnEmptyOrDoubleResult) {
+    test::TestFolder folder;
+    // Not UTF-8: read as Latin-1, written as UTF-8; semicolons found on the first line.
+    const QString latin = folder.file("Kunden.csv", "Stra\xDF"
+                                                    "e;Ort\nHaupt 1;K\xF6ln\n");
+    const QString tsv = Sheet::convert(latin, "tsv", {});
+    EXPECT_EQ(tsv, folder.path("Kunden.tsv"));
+    EXPECT_EQ(contents(tsv), "Straße\tOrt\nHaupt 1\tKöln\n");
+    // A second conversion takes the next free name.
+    EXPECT_EQ(Sheet::convert(latin, "TSV", {}), folder.path("Kunden 2.tsv"));
+
+    // Excel's byte-order mark is not part of the first key.
+    const QString bom = folder.file("Bom.csv", "\xEF\xBB\xBFId,Wert\n1,Zwei\n");
+    EXPECT_EQ(Sheet::read(bom), TableGrid({{"Id", "Wert"}, {"1", "Zwei"}}));
+    const QString html = Sheet::convert(bom, "html", OutputContext{folder.folder("out"), 0.85});
+    EXPECT_EQ(html, folder.path("out/Bom.html"));
+    EXPECT_TRUE(contents(html).contains("<title>Bom</title>"));
+
+    const QString empty = folder.file("Leer.csv", "\n\n");
+    for (const Sheet::Format& format : Sheet::formats()) {
+        EXPECT_EQ(errorOf([&] { Sheet::convert(empty, format.ext, {}); }), "Die Tabelle ist leer.");
+    }
+    EXPECT_EQ(errorOf([&] { Sheet::convert(folder.path("Fehlt.csv"), "json", {}); }),
+              "„Fehlt.csv“ konnte nicht gelesen werden.");
+    EXPECT_EQ(errorOf([&] { Sheet::convert(folder.path("Fehlt.xlsx"), "csv", {}); }),
+              "„Fehlt.xlsx“ konnte nicht gelesen werden.");
+    EXPECT_EQ(errorOf([&] { Sheet::convert(latin, "ods", {}); }),
+              "Nicht unterstützt: Tabellen als ODS");
+    EXPECT_EQ(entries(folder.path(".")), QStringList({"Bom.csv", "Kunden 2.tsv", "Kunden.csv",
+                                                      "Kunden.tsv", "Leer.csv", "out"}));
+}
+
+TEST(SpreadsheetConverter, LargeTablesStreamThroughPieceBoundariesLikeTheWholeText) {
+    // Over 3 MiB, so quoted cells, doubled quotes and CR LF pairs fall on the reading pieces'
+    // borders somewhere; Latin-1 bytes late in the file switch the whole file to Latin-1.
+    QByteArray text = "id,text,amount\n";
+    for (int i = 0; i < 40000; ++i) {
+        text += QByteArray::number(i) + ",\"Zeile " + QByteArray::number(i) +
+                ", mit \"\"Zitat\"\"\nund Umbruch\"," + QByteArray::number(i * 7 % 1000) + "." +
+                QByteArray::number(i % 10) + (i % 3 ? "\n" : "\r\n");
+    }
+    test::TestFolder folder;
+    const QString utf8 = folder.file("big.csv", text);
+    const QString latin = folder.file("latin.csv", text + "\n40000,Gr\xFC\xDF"
+                                                          "e,1\n");
+    const TableGrid grid = Sheet::parse(QString::fromUtf8(text), u',');
+    ASSERT_GT(grid.size(), 26000);
+
+    EXPECT_EQ(QString::fromUtf8(contents(Sheet::convert(utf8, "csv", {}))),
+              Sheet::serialize(grid, u','));
+    TableGrid latinGrid = grid;
+    latinGrid.append({"40000", "Grüße", "1"});
+    EXPECT_EQ(Sheet::read(latin), latinGrid);
+    EXPECT_EQ(QString::fromUtf8(contents(Sheet::convert(latin, "json", {}))),
+              Sheet::json(latinGrid));
+}

@@ -1,0 +1,205 @@
+#include "Text/VisionTools.h"
+
+#include "ConversionError.h"
+#include "Image/ImageConverter.h"
+#include "PDF/PDFScanText.h"
+#include "TestFiles.h"
+#include "TestImages.h"
+#include "Text/TextBands.h"
+#include "Text/TextRecognizer.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QThread>
+#include <gtest/gtest.h>
+#include <tesseract/baseapi.h>
+
+using namespace tramix;
+using namespace tramix::test;
+
+namespace {
+
+QString readText(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+// Edits needed to turn one text into the other, per character of the expected text.
+double characterErrorRate(const QString& actual, const QString& expected) {
+    std::vector<qsizetype> previous(size_t(actual.size()) + 1), current(previous.size());
+    for (size_t j = 0; j < previous.size(); ++j)
+        previous[j] = qsizetype(j);
+    for (qsizetype i = 1; i <= expected.size(); ++i) {
+        current[0] = i;
+        for (qsizetype j = 1; j <= actual.size(); ++j) {
+            const qsizetype change = previous[j - 1] + (expected[i - 1] == actual[j - 1] ? 0 : 1);
+            current[j] = std::min({change, previous[j] + 1, current[j - 1] + 1});
+        }
+        std::swap(previous, current);
+    }
+    return double(previous.back()) / double(std::max<qsizetype>(1, expected.size()));
+}
+
+const QStringList words{"Garten", "Fenster", "Papier", "Markt",  "Stein", "river",
+                        "yellow", "window",  "silent", "orange", "Tisch", "Wolke"};
+
+QString column(const QString& name, int lines) {
+    QStringList text;
+    for (int line = 1; line <= lines; ++line)
+        text << QString("%1 %2 %3 %4 %5")
+                    .arg(name)
+                    .arg(line, 2, 10, QChar('0'))
+                    .arg(words[(line * 5) % words.size()], words[(line * 7 + 3) % words.size()],
+                         words[(line * 11 + 1) % words.size()]);
+    return text.join(u'\n');
+}
+
+// Two columns of numbered lines at 300 dpi, wide apart, under a heading across both.
+vips::VImage twoColumns(const QString& left, const QString& right) {
+    const vips::VImage columns =
+        textImage(left, 300).join(textImage(right, 300), VIPS_DIRECTION_HORIZONTAL);
+    const vips::VImage heading = textImage("Bericht über beide Spalten", 300);
+    return heading
+        .embed(0, 0, columns.width(), heading.height(),
+               vips::VImage::option()->set("extend", VIPS_EXTEND_WHITE))
+        .join(columns, VIPS_DIRECTION_VERTICAL);
+}
+
+// The text lines Tesseract finds on the page, and the bands cut from them for two threads.
+std::pair<std::vector<QRect>, std::vector<QRect>> linesAndBands(const vips::VImage& page) {
+    size_t length = 0;
+    std::unique_ptr<void, decltype(&g_free)> pixels(page.write_to_memory(&length), &g_free);
+    tesseract::TessBaseAPI engine;
+    engine.Init(nullptr, "eng");
+    engine.SetVariable("debug_file", "/dev/null");
+    engine.SetPageSegMode(tesseract::PSM_AUTO);
+    engine.SetImage(static_cast<const unsigned char*>(pixels.get()), page.width(), page.height(), 1,
+                    page.width());
+    std::unique_ptr<tesseract::PageIterator> layout(engine.AnalyseLayout());
+    if (!layout)
+        return {};
+    std::vector<QRect> lines;
+    do {
+        int left, top, right, bottom;
+        if (layout->BoundingBox(tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom))
+            lines.emplace_back(QPoint(left, top), QPoint(right - 1, bottom - 1));
+    } while (layout->Next(tesseract::RIL_TEXTLINE));
+    return {lines, TextBands::cut(*layout, QSize(page.width(), page.height()), 2)};
+}
+
+} // namespace
+
+TEST(TextRecognizer, UsesTheInstalledPreferredLanguagesThenEnglish) {
+    const QStringList installed{"deu", "eng", "fra", "chi_sim", "chi_tra"};
+    EXPECT_EQ(TextRecognizer::languages({"de-DE", "en-US"}, installed), "deu+eng");
+    EXPECT_EQ(TextRecognizer::languages({"fr-CH", "de"}, installed), "fra+deu+eng");
+    EXPECT_EQ(TextRecognizer::languages({"it-IT"}, installed), "eng");
+    EXPECT_EQ(TextRecognizer::languages({"zh-CN"}, installed), "chi_sim+chi_tra+eng");
+    EXPECT_EQ(TextRecognizer::languages({"C"}, installed), "eng");
+    EXPECT_TRUE(TextRecognizer::installedLanguages().contains("eng"));
+    EXPECT_TRUE(TextRecognizer::installedLanguages().contains("deu"));
+    EXPECT_FALSE(TextRecognizer::installedLanguages().contains("osd"));
+}
+
+TEST(VisionTools, ReadsGermanAndEnglishLinesFromTheCommandLine) {
+    TestFolder dir;
+    const QString expected = "Größere Übungen für Jürgen und Käthe.\n"
+                             "The quick brown fox jumps over the lazy dog.";
+    const QString image = saveImage(textImage(expected), dir.path("Schild.png"));
+
+    QProcess tramix;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("LANGUAGE", "de:en");
+    environment.insert("LANG", "de_DE.UTF-8");
+    tramix.setProcessEnvironment(environment);
+    tramix.start(TRAMIX_BINARY, {"--run", "tool.image.ocr", image});
+    ASSERT_TRUE(tramix.waitForFinished(60000));
+    EXPECT_EQ(tramix.exitCode(), 0) << tramix.readAllStandardError().toStdString();
+    const QString text = readText(dir.path("Schild Text.txt"));
+    EXPECT_EQ(text.count(u'\n'), 1) << text.toStdString();
+    EXPECT_LE(characterErrorRate(text, expected), 0.03) << text.toStdString();
+}
+
+TEST(VisionTools, BlankImagesFailAndTheClipboardGetsTextOnTheMainThread) {
+    TestFolder dir;
+    const QString blank = saveImage(halves(400, 300, white, white), dir.path("leer.png"));
+    try {
+        VisionTools::recognizeText(blank, OutputContext());
+        ADD_FAILURE() << "a blank image has no text";
+    } catch (const ConversionError& error) {
+        EXPECT_EQ(error.errorDescription(), "Im Bild wurde kein Text gefunden.");
+    }
+    EXPECT_EQ(QDir(dir.path(".")).entryList(QDir::Files), QStringList{"leer.png"});
+
+    QString copied;
+    QThread* copiedOn = nullptr;
+    VisionTools::setClipboardHook([&](const QString& text) {
+        copied = text;
+        copiedOn = QThread::currentThread();
+    });
+    const QString image = saveImage(textImage("Kassenbon 42"), dir.path("Bon.png"));
+    QString written;
+    QThread worker;
+    QObject::connect(&worker, &QThread::started, [&] {
+        written = VisionTools::recognizeText(image, OutputContext());
+        worker.quit();
+    });
+    worker.start();
+    QElapsedTimer clock;
+    clock.start();
+    while (copied.isEmpty() && clock.elapsed() < 30000)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    worker.wait();
+    VisionTools::setClipboardHook({});
+    EXPECT_EQ(written, dir.path("Bon Text.txt"));
+    EXPECT_EQ(copied, "Kassenbon 42");
+    EXPECT_EQ(readText(written), copied);
+    EXPECT_EQ(copiedOn, QCoreApplication::instance()->thread());
+}
+
+TEST(VisionTools, ScannedPagesArePartedByOneBlankLine) {
+    TestFolder dir;
+    const QString first = saveImage(textImage("Erste Seite", 200), dir.path("1.png"));
+    const QString blank = saveImage(halves(1000, 1400, white, white), dir.path("2.png"));
+    const QString third = saveImage(textImage("Dritte Seite", 200), dir.path("3.png"));
+    ImageConverter::makePDF({first, blank, third}, dir.path("Scan.pdf"));
+    EXPECT_EQ(PDFScanText::recognizeAll(dir.path("Scan.pdf")), "Erste Seite\n\nDritte Seite");
+}
+
+TEST(TextBands, BandsNeitherOverlapNorLeaveOutALineAndFollowTheColumns) {
+    const vips::VImage page = twoColumns(column("links", 24), column("rechts", 24));
+    const auto [lines, bands] = linesAndBands(page);
+    ASSERT_EQ(lines.size(), 49u);
+    ASSERT_GE(bands.size(), 6u);
+    for (size_t i = 0; i < bands.size(); ++i) {
+        EXPECT_TRUE(QRect(0, 0, page.width(), page.height()).contains(bands[i]));
+        for (size_t j = i + 1; j < bands.size(); ++j)
+            EXPECT_FALSE(bands[i].intersects(bands[j])) << i << " and " << j;
+    }
+    for (const QRect& line : lines) {
+        const auto holder = std::find_if(bands.begin(), bands.end(),
+                                         [&](const QRect& band) { return band.contains(line); });
+        EXPECT_NE(holder, bands.end()) << "a line at " << line.y() << " is in no band";
+    }
+    // The heading first, then the left column top to bottom, then the right one.
+    EXPECT_LT(bands.front().bottom(), bands[1].top());
+    EXPECT_LT(bands[1].right(), bands.back().left());
+    EXPECT_GT(bands.back().bottom(), bands[bands.size() - 2].top());
+
+    // Turned on its side the page is vertical text, which only the whole page can place.
+    const auto [turnedLines, turnedBands] = linesAndBands(page.rot90());
+    EXPECT_GE(turnedLines.size(), 25u);
+    EXPECT_TRUE(turnedBands.empty());
+}
+
+TEST(VisionTools, ALongPageReadSideBySideKeepsItsReadingOrder) {
+    const QString left = column("links", 24);
+    const QString right = column("rechts", 24);
+    const QString expected = "Bericht über beide Spalten\n" + left + "\n" + right;
+    const QString text = VisionTools::recognize(twoColumns(left, right), 300);
+    EXPECT_EQ(text.count(u'\n'), expected.count(u'\n')) << text.toStdString();
+    EXPECT_LE(characterErrorRate(text, expected), 0.01) << text.toStdString();
+}
