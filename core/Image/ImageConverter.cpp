@@ -106,4 +106,12 @@ void makePDF(const QStringList& inputs, const QString& destination) {
     });
 }
 
+QString imagesToPDF(const QStringList& inputs, const OutputContext& context) {
+    if (inputs.isEmpty())
+        throw ConversionError::failed(QStringLiteral("Keine Dateien."));
+    const QString destination = context.destination(inputs.first(), QStringLiteral("pdf"));
+    makePDF(inputs, destination);
+    return destination;
+}
+
 } // namespace tramix::ImageConverter

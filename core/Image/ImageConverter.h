@@ -17,4 +17,7 @@ QString stripMetadata(const QString& input, const OutputContext& context);
 // and given back when this fails).
 void makePDF(const QStringList& inputs, const QString& destination);
 
+// One PDF named after the first image, one page per image in the given order.
+QString imagesToPDF(const QStringList& inputs, const OutputContext& context);
+
 } // namespace tramix::ImageConverter
