@@ -1,9 +1,9 @@
 #include "AppDelegate.h"
 
+#include "Catalogue/OperationRegistry.h"
 #include "ConversionError.h"
 #include "Design/AppIcon.h"
 #include "Design/TrayIcon.h"
-#include "Drag/WheelOperations.h"
 #include "Drag/WheelWiring.h"
 #include "Settings/AppSettings.h"
 #include "Settings/DebugLog.h"
@@ -55,7 +55,7 @@ void AppDelegate::start() {
     // catalogue start libvips once the event loop runs.
     wheel_.prepare();
     QTimer::singleShot(
-        0, this, [] { wheelOperations(WheelMode::convert, {QStringLiteral("warm-up.jpg")}); });
+        0, this, [] { OperationRegistry::convertOperations({QStringLiteral("warm-up.jpg")}); });
 
     if (!monitor_.start())
         menu_->view().setNotice(UILanguage::text(
@@ -105,7 +105,10 @@ void AppDelegate::setUpStatusItem() {
 
 WheelBindings AppDelegate::bindings() const {
     return {[this](ModifierKey key) { return settings_.mode(key); },
-            [this] { return settings_.activation(); }, wheelOperations};
+            [this] { return settings_.activation(); },
+            [this](WheelMode mode, const QStringList& paths) {
+                return OperationRegistry::operations(mode, paths, &desktop_);
+            }};
 }
 
 void AppDelegate::pressed(ModifierKey key, const QStringList& paths) {

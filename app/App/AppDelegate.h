@@ -2,6 +2,7 @@
 // process, wires them together and keeps the tray icon with its menu panel.
 #pragma once
 
+#include "Catalogue/DesktopHandlers.h"
 #include "Drag/DragMonitor.h"
 #include "Drag/WheelController.h"
 #include "Drag/WheelWiring.h"
@@ -52,6 +53,8 @@ private:
     DragMonitor monitor_;
     WheelController wheel_;
     JobCenter jobs_;
+    // What the actions do on this desktop; an action without a handler says it is not built.
+    DesktopHandlers desktop_;
     QMenu trayMenu_;
     QSystemTrayIcon tray_;
     std::unique_ptr<StatusMenuPanel> menu_;

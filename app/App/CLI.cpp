@@ -5,7 +5,6 @@
 #include "Design/AppIcon.h"
 #include "Design/TrayIcon.h"
 #include "Drag/WheelModel.h"
-#include "Drag/WheelOperations.h"
 #include "Drag/WheelView.h"
 #include "DurationText.h"
 #include "JobRunner.h"
@@ -45,7 +44,8 @@ void list(const QStringList& args, QTextStream& out) {
         fail(QStringLiteral("--list <convert|tools|actions> <dateien…>"));
     // An unknown mode word lists the conversions.
     const WheelMode mode = WheelMode::fromRawValue(args[1]).value_or(WheelMode::convert);
-    for (const FileOperation& operation : wheelOperations(mode, filePaths(args.mid(2))))
+    for (const FileOperation& operation :
+         OperationRegistry::operations(mode, filePaths(args.mid(2))))
         out << operation.id << '\t' << operation.title << '\t' << operation.detail << '\n';
 }
 
@@ -54,12 +54,16 @@ void runOperation(const QStringList& args, QTextStream& out) {
         fail(QStringLiteral("--run <operation-id> <dateien…>"));
     const QString& id = args[1];
     const QStringList paths = filePaths(args.mid(2));
-    QList<FileOperation> candidates = OperationRegistry::convertOperations(paths);
-    candidates.append(OperationRegistry::toolOperations(paths));
+    // Every id that --list prints for these files, the wheels in their usual order.
+    QList<FileOperation> candidates;
+    for (WheelMode mode : WheelMode::allCases())
+        candidates.append(OperationRegistry::operations(mode, paths));
     const auto chosen = std::find_if(candidates.cbegin(), candidates.cend(),
                                      [&](const FileOperation& op) { return op.id == id; });
     if (chosen == candidates.cend())
         fail(QStringLiteral("Operation %1 passt nicht zu diesen Dateien.").arg(id));
+    if (const std::optional<QString> refusal = OperationRegistry::needsDesktop(id))
+        fail(*refusal);
 
     const JobResult result = JobRunner::run(*chosen, paths, OutputContext{std::nullopt, 0.85});
     for (const QString& output : result.outputs)
@@ -144,7 +148,7 @@ void writeWheel(WheelMode mode, const QStringList& paths, const QString& output,
     WheelModel model;
     model.setMode(mode);
     model.setKey(keys.value(mode, ModifierKey::shift));
-    model.setOperations(wheelOperations(mode, paths));
+    model.setOperations(OperationRegistry::operations(mode, paths));
     model.setFileLabel(WheelModel::labelForFiles(paths));
     model.setVisible(true);
     writeImage(WheelView::render(model, dark), output);

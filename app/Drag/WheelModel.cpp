@@ -1,5 +1,6 @@
 #include "WheelModel.h"
 
+#include "Catalogue/OperationRegistry.h"
 #include "ConversionError.h"
 #include "WheelGeometry.h"
 
@@ -87,50 +88,24 @@ QString WheelModel::labelForFiles(const QStringList& paths) {
 
 namespace {
 
-FileOperation sample(const QString& id, const QString& title, const QString& detail,
-                     const std::optional<QString>& symbol) {
-    return {QStringLiteral("demo.") + id,
-            title,
-            detail,
-            symbol,
-            OperationStyle::perFile,
-            [](const QStringList&, const OutputContext&) -> QStringList {
-                throw ConversionError::unsupported(QStringLiteral("Beispiel-Rad"));
-            }};
-}
-
-QList<FileOperation> demoOperations(WheelMode mode) {
-    switch (mode) {
-    case WheelMode::convert: {
-        QList<FileOperation> list;
-        for (const char* format : {"JPG", "PNG", "PDF", "WEBP", "HEIC", "TIFF"}) {
-            const QString title = QString::fromLatin1(format);
-            list.append(sample(title.toLower(), title, QStringLiteral("In %1 umwandeln").arg(title),
-                               std::nullopt));
-        }
-        return list;
-    }
-    case WheelMode::tools:
-        return {sample("compress", "KOMPR.", "Komprimieren", "arrow.down.right.and.arrow.up.left"),
-                sample("web", "WEB", "Für Web verkleinern", "globe"),
-                sample("strip", "METADATEN", "Metadaten entfernen", "eye.slash"),
-                sample("ocr", "TEXT", "Text erkennen", "text.viewfinder"),
-                sample("crop", "ZUSCHNEIDEN", "Zuschneiden", "crop")};
-    case WheelMode::actions:
-        return {sample("copy", "KOPIEREN", "In die Zwischenablage", "doc.on.doc"),
-                sample("path", "PFAD", "Pfad kopieren", "link"),
-                sample("move", "BEWEGEN", "In einen Ordner bewegen", "folder"),
-                sample("zip", "ZIP", "Als ZIP packen", "archivebox")};
-    }
-    return {};
-}
+// How many conversions the illustration shows: one page, with room to spare.
+constexpr qsizetype demoConversions = 6;
 
 } // namespace
 
 std::unique_ptr<WheelModel> WheelModel::demo(WheelMode mode, const QString& file) {
+    QList<FileOperation> operations = OperationRegistry::operations(mode, {file});
+    if (mode == WheelMode::convert)
+        operations = operations.first(std::min(demoConversions, operations.size()));
+    for (FileOperation& operation : operations) {
+        operation.id.prepend(QStringLiteral("demo."));
+        operation.perform = [](const QStringList&, const OutputContext&) -> QStringList {
+            throw ConversionError::unsupported(QStringLiteral("Beispiel-Rad"));
+        };
+    }
     auto model = std::make_unique<WheelModel>();
     model->setMode(mode);
-    model->setOperations(demoOperations(mode));
+    model->setOperations(operations);
     model->setFileLabel(file);
     model->setVisible(true);
     return model;

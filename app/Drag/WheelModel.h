@@ -47,8 +47,8 @@ public:
     // The single file's name, or "{count} Dateien" for several.
     static QString labelForFiles(const QStringList& paths);
 
-    // A stand-alone wheel for illustrations: sample operations whose ids begin with "demo.",
-    // which nothing can run.
+    // A stand-alone wheel for illustrations: the catalogue's operations for a sample file (six
+    // for the formats wheel), their ids beginning with "demo.", none of which can run.
     static std::unique_ptr<WheelModel> demo(WheelMode mode, const QString& file);
 
 Q_SIGNALS:

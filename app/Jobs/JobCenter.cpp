@@ -53,51 +53,52 @@ std::optional<QString> JobCenter::failureText(const JobResult& result, qsizetype
 }
 
 void JobCenter::run(const FileOperation& operation, const QStringList& paths, QPoint at) {
-    const bool instant = operation.style == OperationStyle::instant;
-    const quint64 job = ++jobsStarted_;
     DebugLog::write(
         QStringLiteral("Auftrag %1 mit %2 Datei(en)").arg(operation.id).arg(paths.size()));
-    if (!instant) {
-        toast_.show(ToastModel::State::makeWorking(workingText(operation.title, paths.size())), at);
-        lastJob_ = job;
+    if (operation.style == OperationStyle::instant) {
+        runInstant(operation, paths);
+        return;
     }
+    const quint64 job = ++jobsStarted_;
+    toast_.show(ToastModel::State::makeWorking(workingText(operation.title, paths.size())), at);
+    lastJob_ = job;
 
     // The watcher is the centre's child: when the centre goes first, the result goes nowhere.
     auto* watcher = new QFutureWatcher<JobResult>(this);
     QElapsedTimer clock;
     clock.start();
-    JobRunner::Progress progress;
-    if (!instant) {
-        // Reports go through the application object, which outlives every job (it waits for
-        // them when it ends); the centre itself may be gone by the time one arrives.
-        progress = [centre = QPointer<JobCenter>(this), job, clock](qsizetype done,
-                                                                    qsizetype total) {
-            if (total < 2 || clock.elapsed() < progressAfterMs)
-                return;
-            QMetaObject::invokeMethod(QCoreApplication::instance(), [centre, job, done, total] {
-                if (centre && centre->lastJob_ == job)
-                    centre->toast_.model().setProgress(done, total);
-            });
-        };
-    }
+    // Reports go through the application object, which outlives every job (it waits for them
+    // when it ends); the centre itself may be gone by the time one arrives.
+    JobRunner::Progress progress = [centre = QPointer<JobCenter>(this), job,
+                                    clock](qsizetype done, qsizetype total) {
+        if (total < 2 || clock.elapsed() < progressAfterMs)
+            return;
+        QMetaObject::invokeMethod(QCoreApplication::instance(), [centre, job, done, total] {
+            if (centre && centre->lastJob_ == job)
+                centre->toast_.model().setProgress(done, total);
+        });
+    };
     connect(watcher, &QFutureWatcher<JobResult>::finished, this,
-            [this, watcher, operation, inputs = paths.size(), at, instant, job] {
+            [this, watcher, operation, inputs = paths.size(), at, job] {
                 const JobResult result = watcher->result();
                 watcher->deleteLater();
                 if (lastJob_ == job)
                     lastJob_ = 0;
-                if (instant) {
-                    for (const JobResult::Failure& failure : result.failures)
-                        DebugLog::write(
-                            QStringLiteral("%1: %2").arg(operation.id, failure.message));
-                } else {
-                    report(operation, inputs, result, at);
-                }
+                report(operation, inputs, result, at);
                 Q_EMIT jobFinished(result);
             });
     watcher->setFuture(QtConcurrent::run([operation, paths, context = context(), progress] {
         return JobRunner::run(operation, paths, context, progress);
     }));
+}
+
+// Instant operations drive the clipboard and windows, so they run here on the interface
+// thread; they give their own feedback, so nothing is reported but to the log.
+void JobCenter::runInstant(const FileOperation& operation, const QStringList& paths) {
+    const JobResult result = JobRunner::run(operation, paths, context());
+    for (const JobResult::Failure& failure : result.failures)
+        DebugLog::write(QStringLiteral("%1: %2").arg(operation.id, failure.message));
+    Q_EMIT jobFinished(result);
 }
 
 void JobCenter::report(const FileOperation& operation, qsizetype inputs, const JobResult& result,

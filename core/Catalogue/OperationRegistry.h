@@ -1,19 +1,23 @@
-// Which operations fit a set of files, in the order the wheel and the command line show them.
-// Stateless: the lists are built anew for every question.
+// Which operations fit a set of files, in the order the wheels and the command line show them.
+// Stateless: the lists are made anew from the catalogue for every question.
 #pragma once
 
-#include "Archives/ArchiveConverter.h"
-#include "Documents/DocumentFormat.h"
+#include "DesktopHandlers.h"
 #include "FileKind.h"
 #include "FileOperation.h"
-#include "Image/ImageFormat.h"
+#include "WheelMode.h"
 
 #include <QList>
 #include <QStringList>
-#include <functional>
 #include <optional>
 
 namespace tramix::OperationRegistry {
+
+// The operations of one wheel for these files. Rows that need the desktop call its handlers:
+// without a desktop (the command line) they say so, and a handler not set says that it is not
+// supported.
+QList<FileOperation> operations(WheelMode mode, const QStringList& paths,
+                                const DesktopHandlers* desktop = nullptr);
 
 QList<FileOperation> convertOperations(const QStringList& paths);
 QList<FileOperation> toolOperations(const QStringList& paths);
@@ -21,13 +25,7 @@ QList<FileOperation> toolOperations(const QStringList& paths);
 // The one kind that all the files share; none for no files or a mix.
 std::optional<FileKind> commonKind(const QStringList& paths);
 
-FileOperation imageConvert(const ImageFormat& format);
-FileOperation documentConvert(const DocumentFormat& format);
-FileOperation archive(ArchiveConverter::Kind kind, const std::optional<QString>& symbol);
-FileOperation zipOperation();
-
-using PerFileFunction = std::function<QString(const QString& input, const OutputContext&)>;
-FileOperation perFile(const QString& id, const QString& title, const QString& detail,
-                      const std::optional<QString>& symbol, PerFileFunction function);
+// Why the operation with this id cannot run without a desktop, or none when it can.
+std::optional<QString> needsDesktop(const QString& id);
 
 } // namespace tramix::OperationRegistry

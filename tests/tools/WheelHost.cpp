@@ -3,10 +3,10 @@
 // end-to-end tests to follow.
 //   WheelHost [--activation toggle|hold] [--operations N]
 // With --operations, each wheel offers N numbered operations instead of the catalogue's.
+#include "Catalogue/OperationRegistry.h"
 #include "ConversionError.h"
 #include "Drag/DragMonitor.h"
 #include "Drag/WheelController.h"
-#include "Drag/WheelOperations.h"
 #include "Drag/WheelWiring.h"
 
 #include <QApplication>
@@ -64,7 +64,8 @@ int main(int argc, char** argv) {
                           },
                           [activation] { return activation; },
                           [count](WheelMode mode, const QStringList& paths) {
-                              return count >= 0 ? numbered(count) : wheelOperations(mode, paths);
+                              return count >= 0 ? numbered(count)
+                                                : OperationRegistry::operations(mode, paths);
                           }});
 
     wheel.onShown = [&wheel] {
@@ -97,7 +98,7 @@ int main(int argc, char** argv) {
     });
     wheel.prepare();
     // The first catalogue question starts the image library; the app asks once at start too.
-    wheelOperations(WheelMode::convert, {QStringLiteral("warm-up.jpg")});
+    OperationRegistry::convertOperations({QStringLiteral("warm-up.jpg")});
     if (!monitor.start()) {
         say(QStringLiteral("unavailable"));
         return 1;

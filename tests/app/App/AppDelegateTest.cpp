@@ -2,7 +2,6 @@
 // wheel closes.
 #include "App/AppDelegate.h"
 
-#include "Actions/FileActions.h"
 #include "Catalogue/OperationRegistry.h"
 #include "Settings/AppSettings.h"
 #include "Settings/History.h"
@@ -57,7 +56,8 @@ TEST(AppDelegate, KeysOpenTheirWheelsWithTheirOperationsAndAHeldWheelClosesWithI
     EXPECT_EQ(ids(wheel.operations()), ids(OperationRegistry::toolOperations(photo)));
     delegate.pressed(ModifierKey::control, photo);
     EXPECT_EQ(wheel.mode(), WheelMode::actions);
-    EXPECT_EQ(ids(wheel.operations()), ids(FileActions::operations()));
+    EXPECT_EQ(ids(wheel.operations()),
+              ids(OperationRegistry::operations(WheelMode::actions, photo)));
     // Toggle activation: releasing the key leaves the wheel open.
     delegate.released(ModifierKey::control);
     QTest::qWait(300);

@@ -68,9 +68,10 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
         {{"--run", "convert.image.png"}, "Fehler: --run <operation-id> <dateien…>"},
         {{"--run", "convert.image.png", "a.pdf", "b.docx"},
          "Fehler: Operation convert.image.png passt nicht zu diesen Dateien."},
-        // The actions wheel is not reachable from --run.
+        // Actions are reachable, but what needs the desktop says so.
         {{"--run", "action.copy", "a.jpg"},
-         "Fehler: Operation action.copy passt nicht zu diesen Dateien."},
+         "Fehler: Die Aktion „KOPIEREN“ braucht die Zwischenablage des Desktops und geht nur in "
+         "der laufenden Tramix-App, nicht in der Befehlszeile."},
         {{"--frobnicate", "x"}, "Fehler: Unbekannter Befehl --frobnicate"},
         {{"--LIST", "convert", "a.jpg"}, "Fehler: Unbekannter Befehl --LIST"},
         {{"--render-icon"}, "Fehler: Ausgabepfad fehlt."},

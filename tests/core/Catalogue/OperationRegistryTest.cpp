@@ -1,19 +1,18 @@
 #include "Catalogue/OperationRegistry.h"
 
+#include "Catalogue/Catalogue.h"
 #include "ConversionError.h"
-#include "NameReservations.h"
+#include "Image/ImageFormat.h"
 #include "TestFiles.h"
 
+#include <QRegularExpression>
 #include <QSet>
 #include <gtest/gtest.h>
 
-namespace Registry = tramix::OperationRegistry;
-using tramix::FileOperation;
-using tramix::ImageFormat;
-using tramix::OperationStyle;
-using tramix::test::TestFolder;
-
-using tramix::test::ids;
+using namespace tramix;
+using test::errorOf;
+using test::ids;
+using test::TestFolder;
 
 namespace {
 
@@ -27,18 +26,56 @@ FileOperation find(const QList<FileOperation>& operations, const QString& id) {
     return {};
 }
 
-} // namespace
-
-TEST(OperationRegistry, NoFilesOrMixedKindsGetNothing) {
-    TestFolder dir;
-    EXPECT_TRUE(Registry::convertOperations({}).isEmpty());
-    EXPECT_TRUE(Registry::toolOperations({}).isEmpty());
-    const QStringList mixed = {dir.file("a.jpg"), dir.file("b.png"), dir.file("c.pdf")};
-    EXPECT_TRUE(Registry::convertOperations(mixed).isEmpty());
-    EXPECT_TRUE(Registry::toolOperations(mixed).isEmpty());
+QList<FileOperation> actions(const QStringList& paths, const DesktopHandlers* desktop = nullptr) {
+    return OperationRegistry::operations(WheelMode::actions, paths, desktop);
 }
 
-TEST(OperationRegistry, ImagesAreNotOfferedTheirOwnFormat) {
+} // namespace
+
+TEST(OperationRegistry, EveryRowIsReachableAndNoWheelShowsAnIdTwice) {
+    TestFolder dir;
+    // Two files of each kind, since a file is not offered its own format.
+    QList<QStringList> samples = {{dir.folder("Ordner")}, {dir.file("h.jpg"), dir.file("i.pdf")}};
+    for (const char* name : {"a.jpg", "a.png", "b.pdf", "c.mp3", "c.wav", "d.mp4", "d.mov",
+                             "e.docx", "e.md", "f.csv", "f.xlsx", "g.zip", "g.tar.gz"})
+        samples.append({dir.file(name)});
+    QSet<QString> offered;
+    for (const QStringList& paths : samples) {
+        for (WheelMode mode : WheelMode::allCases()) {
+            const QStringList list = ids(OperationRegistry::operations(mode, paths));
+            EXPECT_EQ(QSet<QString>(list.begin(), list.end()).size(), list.size())
+                << list.join(' ').toStdString();
+            offered.unite(QSet<QString>(list.begin(), list.end()));
+        }
+    }
+    const QRegularExpression shape("^(convert\\.[a-z]+\\.[a-z0-9]+|tool\\.[a-z]+\\.[a-z0-9]+|"
+                                   "archive\\.[a-z]+|action\\.[a-z]+)$");
+    for (const CatalogueRow& row : Catalogue::rows()) {
+        const QString id = QString::fromLatin1(row.id);
+        EXPECT_TRUE(shape.match(id).hasMatch()) << row.id;
+        // HEIC and AVIF need encoders that a machine may lack; the rest is always there.
+        const bool optional = row.work.available && !row.work.available();
+        EXPECT_TRUE(offered.contains(id) || optional) << row.id << " is offered for nothing";
+    }
+}
+
+TEST(OperationRegistry, NoFilesOrMixedKindsGetOnlyTheActions) {
+    TestFolder dir;
+    for (WheelMode mode : WheelMode::allCases())
+        EXPECT_TRUE(OperationRegistry::operations(mode, {}).isEmpty());
+    const QStringList mixed = {dir.file("a.jpg"), dir.file("b.png"), dir.file("c.pdf")};
+    EXPECT_TRUE(OperationRegistry::convertOperations(mixed).isEmpty());
+    EXPECT_TRUE(OperationRegistry::toolOperations(mixed).isEmpty());
+    // The actions are the same for every set of files; packing comes last, with its own symbol.
+    const QStringList expected = {"action.airdrop", "action.float",    "action.copy", "action.move",
+                                  "action.path",    "action.terminal", "archive.zip"};
+    EXPECT_EQ(ids(actions(mixed)), expected);
+    EXPECT_EQ(ids(actions({dir.folder("Ordner")})), expected);
+    EXPECT_EQ(actions(mixed).last().symbol, "archivebox");
+    EXPECT_EQ(actions(mixed).last().style, OperationStyle::combined);
+}
+
+TEST(OperationRegistry, FormatsAreNotOfferedToFilesAlreadyInThem) {
     TestFolder dir;
     // Built from what this machine can write, so the test does not depend on libvips' build.
     QStringList all;
@@ -47,87 +84,75 @@ TEST(OperationRegistry, ImagesAreNotOfferedTheirOwnFormat) {
     all.append("convert.image.pdf");
     QStringList withoutPng = all;
     withoutPng.removeAll("convert.image.png");
+    EXPECT_EQ(ids(OperationRegistry::convertOperations({dir.file("a.png"), dir.file("b.PNG")})),
+              withoutPng);
+    EXPECT_EQ(ids(OperationRegistry::convertOperations({dir.file("c.jpg"), dir.file("d.png")})),
+              all);
+    // jpeg is the same format as jpg, and .tar.gz one format rather than .gz.
+    EXPECT_FALSE(ids(OperationRegistry::convertOperations({dir.file("e.jpeg")}))
+                     .contains("convert.image.jpg"));
+    const QStringList tgz =
+        ids(OperationRegistry::convertOperations({dir.file("f.tar.gz"), dir.file("g.TGZ")}));
+    EXPECT_FALSE(tgz.contains("convert.archive.tgz"));
+    EXPECT_TRUE(tgz.contains("convert.archive.zip"));
+    const QStringList both =
+        ids(OperationRegistry::convertOperations({dir.file("h.zip"), dir.file("i.tar.gz")}));
+    EXPECT_TRUE(both.contains("convert.archive.zip") && both.contains("convert.archive.tgz"));
 
-    EXPECT_EQ(ids(Registry::convertOperations({dir.file("a.png"), dir.file("b.PNG")})), withoutPng);
-    EXPECT_EQ(ids(Registry::convertOperations({dir.file("c.jpg"), dir.file("d.png")})), all);
-    // jpeg is the same format as jpg.
-    EXPECT_FALSE(
-        ids(Registry::convertOperations({dir.file("e.jpeg")})).contains("convert.image.jpg"));
+    const auto folders = OperationRegistry::convertOperations({dir.folder("Ordner")});
+    EXPECT_EQ(ids(folders), QStringList({"archive.zip", "archive.tgz"}));
+    EXPECT_EQ(folders.first().style, OperationStyle::combined);
+    EXPECT_FALSE(folders.first().symbol.has_value());
 }
 
 TEST(OperationRegistry, ImagesToPdfDetailCountsTheImages) {
     TestFolder dir;
-    const FileOperation three =
-        find(Registry::toolOperations({dir.file("a.jpg"), dir.file("b.jpg"), dir.file("c.png")}),
-             "tool.image.pdf");
-    EXPECT_EQ(three.detail, "3 Bilder zu einem PDF");
-    EXPECT_EQ(three.style, OperationStyle::combined);
-    EXPECT_EQ(find(Registry::toolOperations({dir.file("d.jpg")}), "tool.image.pdf").detail,
-              "Als PDF");
-    // Two is already a count, not a single image.
+    const auto detail = [&](const QStringList& paths) {
+        return find(OperationRegistry::toolOperations(paths), "tool.image.pdf").detail;
+    };
+    EXPECT_EQ(detail({dir.file("a.jpg")}), "Als PDF");
+    EXPECT_EQ(detail({dir.file("b.jpg"), dir.file("c.jpg")}), "2 Bilder zu einem PDF");
+    EXPECT_EQ(detail({dir.file("d.jpg"), dir.file("e.jpg"), dir.file("f.png")}),
+              "3 Bilder zu einem PDF");
+    EXPECT_EQ(find(OperationRegistry::toolOperations({dir.file("g.png")}), "tool.image.pdf").style,
+              OperationStyle::combined);
+}
+
+TEST(OperationRegistry, ActionsRunOnTheDesktopOrSayWhatTheyNeed) {
+    TestFolder dir;
+    const QStringList files = {dir.file("a.txt"), dir.file("b.txt")};
+    const QString sentence = "Die Aktion „KOPIEREN“ braucht die Zwischenablage des Desktops und "
+                             "geht nur in der laufenden Tramix-App, nicht in der Befehlszeile.";
+    EXPECT_EQ(OperationRegistry::needsDesktop("action.copy"), sentence);
+    EXPECT_EQ(OperationRegistry::needsDesktop("archive.zip"), std::nullopt);
+    EXPECT_EQ(OperationRegistry::needsDesktop("tool.pdf.compress"), std::nullopt);
+    const OutputContext context;
+    EXPECT_EQ(errorOf([&] { find(actions(files), "action.copy").perform(files, context); }),
+              sentence);
+
+    DesktopHandlers desktop;
+    QStringList copied;
+    desktop.copyFiles = [&](const QStringList& paths) { copied = paths; };
+    const FileOperation copy = find(actions(files, &desktop), "action.copy");
+    EXPECT_EQ(copy.style, OperationStyle::instant);
+    EXPECT_TRUE(copy.perform(files, context).isEmpty());
+    EXPECT_EQ(copied, files);
     EXPECT_EQ(
-        find(Registry::toolOperations({dir.file("e.jpg"), dir.file("f.jpg")}), "tool.image.pdf")
-            .detail,
-        "2 Bilder zu einem PDF");
-}
-
-TEST(OperationRegistry, FoldersArePackedIntoOneArchive) {
-    TestFolder dir;
-    const auto operations = Registry::convertOperations({dir.folder("Ordner")});
-    EXPECT_EQ(ids(operations), QStringList({"archive.zip", "archive.tgz"}));
-    for (const FileOperation& operation : operations) {
-        EXPECT_EQ(operation.style, OperationStyle::combined);
-        EXPECT_FALSE(operation.symbol.has_value());
-    }
-    const FileOperation zip = Registry::zipOperation();
-    EXPECT_EQ(zip.id, "archive.zip");
-    EXPECT_EQ(zip.symbol, "archivebox");
-}
-
-TEST(OperationRegistry, ArchivesAreNotRepackedIntoTheirOwnKind) {
-    TestFolder dir;
-    // .tar.gz counts as one format, not as .gz.
-    const QStringList tgz =
-        ids(Registry::convertOperations({dir.file("a.tar.gz"), dir.file("b.TGZ")}));
-    EXPECT_FALSE(tgz.contains("convert.archive.tgz"));
-    EXPECT_TRUE(tgz.contains("convert.archive.zip"));
-    const QStringList zip = ids(Registry::convertOperations({dir.file("c.zip")}));
-    EXPECT_FALSE(zip.contains("convert.archive.zip"));
-    EXPECT_TRUE(zip.contains("convert.archive.tgz"));
-    const QStringList both =
-        ids(Registry::convertOperations({dir.file("d.zip"), dir.file("e.tar.gz")}));
-    EXPECT_TRUE(both.contains("convert.archive.zip") && both.contains("convert.archive.tgz"));
-}
-
-TEST(OperationRegistry, IdsAreUniqueWithinEveryList) {
-    TestFolder dir;
-    QList<QStringList> inputs = {{dir.folder("Ordner")}};
-    for (const char* name : {"a.jpg", "b.pdf", "c.mp3", "d.mp4", "e.docx", "f.csv", "g.zip"})
-        inputs.append({dir.file(name)});
-    for (const QStringList& paths : inputs) {
-        for (const QStringList& list :
-             {ids(Registry::convertOperations(paths)), ids(Registry::toolOperations(paths))})
-            EXPECT_EQ(QSet<QString>(list.begin(), list.end()).size(), list.size())
-                << list.join(' ').toStdString();
-    }
+        errorOf([&] { find(actions(files, &desktop), "action.path").perform(files, context); }),
+        "Nicht unterstützt: Pfad kopieren");
 }
 
 TEST(OperationRegistry, FailingPerformThrowsAndGivesItsNameBack) {
     TestFolder dir;
     const QString input = dir.file("x.png");
-    const tramix::OutputContext context;
-    try {
-        Registry::imageConvert(ImageFormat::png).perform({input}, context);
-        FAIL() << "a file that is no image cannot be converted";
-    } catch (const tramix::ConversionError& error) {
-        EXPECT_EQ(error.errorDescription().toStdString(), "„x.png“ konnte nicht gelesen werden.");
+    const OutputContext context;
+    for (const QString id : {"convert.image.jpg", "convert.image.pdf"}) {
+        const FileOperation operation = find(OperationRegistry::convertOperations({input}), id);
+        EXPECT_EQ(errorOf([&] { operation.perform({input}, context); }),
+                  "„x.png“ konnte nicht gelesen werden.")
+            << id.toStdString();
     }
-
-    const FileOperation pdf = find(Registry::convertOperations({input}), "convert.image.pdf");
-    ASSERT_TRUE(pdf.perform);
-    EXPECT_THROW(pdf.perform({input}, context), tramix::ConversionError);
-    // The name reserved for the failed PDF must be free again.
-    const QString expected = dir.path("x.pdf");
-    EXPECT_EQ(tramix::NameReservations::unique(expected).toStdString(), expected.toStdString());
-    tramix::NameReservations::release({expected});
+    // The names reserved for the failed results are free again.
+    EXPECT_EQ(context.destination(input, "jpg"), dir.path("x.jpg"));
+    EXPECT_EQ(context.destination(input, "pdf"), dir.path("x.pdf"));
 }

@@ -255,7 +255,9 @@ TEST(ImageConverter, BadInputsFailAloneWithTheirSentenceAndLeaveNoFile) {
         "„bomb.png“ ist mit 100000 × 100000 Pixeln zu groß (höchstens 500 Megapixel).");
     EXPECT_LT(timer.elapsed(), 2000);
 
-    const FileOperation convertToJPG = OperationRegistry::imageConvert(ImageFormat::jpg);
+    const FileOperation convertToJPG =
+        OperationRegistry::convertOperations({broken, good, bombPath}).first();
+    ASSERT_EQ(convertToJPG.id, "convert.image.jpg");
     const JobResult result =
         JobRunner::run(convertToJPG, {broken, good, bombPath}, OutputContext());
     ASSERT_EQ(result.outputs.size(), 1);

@@ -1,0 +1,235 @@
+#include "Catalogue.h"
+
+#include "Archives/ArchiveConverter.h"
+#include "Documents/DocumentConverter.h"
+#include "Image/ImageConverter.h"
+#include "Image/ImageFormat.h"
+#include "Media/AudioFormat.h"
+#include "Media/MediaConverter.h"
+#include "PDF/PDFConverter.h"
+#include "SizeCheck.h"
+#include "Tables/SpreadsheetConverter.h"
+#include "Text/VisionTools.h"
+
+#include <algorithm>
+
+namespace tramix::Catalogue {
+
+namespace {
+
+constexpr int webEdge = 1920; // pixels on the longest edge
+
+using Each = CatalogueWork::EachFile;
+using All = CatalogueWork::AllFiles;
+
+CatalogueWork perFile(Each work, const QString& makes = {}) {
+    return {OperationStyle::perFile, std::move(work), {}, nullptr, nullptr, makes, {}};
+}
+
+CatalogueWork combined(All work) {
+    return {OperationStyle::combined, {}, std::move(work), nullptr, nullptr, {}, {}};
+}
+
+// One result made from all the files.
+CatalogueWork intoOne(QString (*make)(const QStringList&, const OutputContext&)) {
+    return combined([make](const QStringList& inputs, const OutputContext& context) {
+        return QStringList{make(inputs, context)};
+    });
+}
+
+CatalogueWork onDesktop(DesktopHandlers::Handler DesktopHandlers::*handler, const char* needs) {
+    return {OperationStyle::instant, {}, {}, handler, needs, {}, {}};
+}
+
+CatalogueWork toImage(const ImageFormat& format) {
+    CatalogueWork work = perFile(
+        [format](const QString& input, const OutputContext& context) {
+            return ImageConverter::convert(input, format, context);
+        },
+        format.ext);
+    work.available = [format] { return ImageFormat::writable().contains(format); };
+    return work;
+}
+
+CatalogueWork pagesAs(const ImageFormat& format) {
+    return perFile([format](const QString& input, const OutputContext& context) {
+        return PDFConverter::toImages(input, format, context);
+    });
+}
+
+CatalogueWork toDocument(const DocumentFormat& format) {
+    return perFile(
+        [format](const QString& input, const OutputContext& context) {
+            return DocumentConverter::convert(input, format, context);
+        },
+        format.ext);
+}
+
+CatalogueWork toTable(const QString& ext) {
+    return perFile(
+        [ext](const QString& input, const OutputContext& context) {
+            return SpreadsheetConverter::convert(input, ext, context);
+        },
+        ext);
+}
+
+CatalogueWork toAudio(const AudioFormat& format) {
+    return perFile(
+        [format](const QString& input, const OutputContext& context) {
+            return MediaConverter::transcode(input, format, context);
+        },
+        format.ext);
+}
+
+Each videoExport(MediaConverter::VideoPreset preset) {
+    return [preset](const QString& input, const OutputContext& context) {
+        return MediaConverter::exportVideo(input, preset, context);
+    };
+}
+
+CatalogueWork repackInto(ArchiveConverter::Kind kind) {
+    return perFile(
+        [kind](const QString& input, const OutputContext& context) {
+            return ArchiveConverter::repack(input, kind, context);
+        },
+        ArchiveConverter::extension(kind));
+}
+
+CatalogueWork packInto(ArchiveConverter::Kind kind) {
+    return combined([kind](const QStringList& inputs, const OutputContext& context) {
+        return QStringList{ArchiveConverter::compress(inputs, kind, context)};
+    });
+}
+
+// A result that is not meaningfully smaller than its source is no compression; it is removed.
+CatalogueWork smallerOrNothing(Each compress, const QString& what) {
+    return perFile([compress, what](const QString& input, const OutputContext& context) {
+        const QString output = compress(input, context);
+        SizeCheck::requireSmaller(output, input, what);
+        return output;
+    });
+}
+
+CatalogueWork webSize() {
+    return perFile([](const QString& input, const OutputContext& context) {
+        return ImageConverter::resizeForWeb(input, webEdge, context);
+    });
+}
+
+CatalogueWork audioCompress() {
+    return smallerOrNothing(
+        [](const QString& input, const OutputContext& context) {
+            return MediaConverter::transcode(input, AudioFormat::m4a, context);
+        },
+        QStringLiteral("Die Audiodatei"));
+}
+
+std::vector<CatalogueRow> table() {
+    using enum FileKind::Value;
+    using enum WheelMode::Value;
+    using ArchiveConverter::Kind;
+    using MediaConverter::VideoPreset;
+    constexpr const char* none = nullptr;
+    constexpr const char* squeeze = "arrow.down.right.and.arrow.up.left";
+    const auto clipboard = "die Zwischenablage des Desktops";
+
+    // clang-format off
+    return {
+        // Formats: one row per target, in the order the wheel shows them.
+        {"convert.image.jpg",  image, convert, "JPG",  "In JPG umwandeln",  none, toImage(ImageFormat::jpg)},
+        {"convert.image.png",  image, convert, "PNG",  "In PNG umwandeln",  none, toImage(ImageFormat::png)},
+        {"convert.image.heic", image, convert, "HEIC", "In HEIC umwandeln", none, toImage(ImageFormat::heic)},
+        {"convert.image.webp", image, convert, "WEBP", "In WEBP umwandeln", none, toImage(ImageFormat::webp)},
+        {"convert.image.avif", image, convert, "AVIF", "In AVIF umwandeln", none, toImage(ImageFormat::avif)},
+        {"convert.image.tiff", image, convert, "TIFF", "In TIFF umwandeln", none, toImage(ImageFormat::tiff)},
+        {"convert.image.gif",  image, convert, "GIF",  "In GIF umwandeln",  none, toImage(ImageFormat::gif)},
+        {"convert.image.bmp",  image, convert, "BMP",  "In BMP umwandeln",  none, toImage(ImageFormat::bmp)},
+        {"convert.image.pdf",  image, convert, "PDF",  "In PDF umwandeln",  none,
+            perFile([](const QString& input, const OutputContext& context) {
+                return ImageConverter::imagesToPDF({input}, context);
+            }, QStringLiteral("pdf"))},
+
+        {"convert.document.docx", pdf, convert, "DOCX", "In DOCX umwandeln",             none, toDocument(DocumentFormat::docx)},
+        {"convert.pdf.jpg",       pdf, convert, "JPG",  "Seiten als JPG",                none, pagesAs(ImageFormat::jpg)},
+        {"convert.pdf.png",       pdf, convert, "PNG",  "Seiten als PNG",                none, pagesAs(ImageFormat::png)},
+        {"convert.pdf.txt",       pdf, convert, "TXT",  "Text extrahieren (auch Scans)", none, perFile(&PDFConverter::toText)},
+        {"convert.document.rtf",  pdf, convert, "RTF",  "In RTF umwandeln",              none, toDocument(DocumentFormat::rtf)},
+        {"convert.document.html", pdf, convert, "HTML", "In HTML umwandeln",             none, toDocument(DocumentFormat::html)},
+
+        {"convert.audio.m4a",  audio, convert, "M4A",  "In M4A umwandeln",  none, toAudio(AudioFormat::m4a)},
+        {"convert.audio.mp3",  audio, convert, "MP3",  "In MP3 umwandeln",  none, toAudio(AudioFormat::mp3)},
+        {"convert.audio.wav",  audio, convert, "WAV",  "In WAV umwandeln",  none, toAudio(AudioFormat::wav)},
+        {"convert.audio.aiff", audio, convert, "AIFF", "In AIFF umwandeln", none, toAudio(AudioFormat::aiff)},
+        {"convert.audio.flac", audio, convert, "FLAC", "In FLAC umwandeln", none, toAudio(AudioFormat::flac)},
+
+        {"convert.video.mp4", video, convert, "MP4", "In MP4 umwandeln",   none, perFile(videoExport(VideoPreset::mp4), QStringLiteral("mp4"))},
+        {"convert.video.mov", video, convert, "MOV", "In MOV umwandeln",   none, perFile(videoExport(VideoPreset::mov), QStringLiteral("mov"))},
+        {"convert.video.gif", video, convert, "GIF", "Als animiertes GIF", none, perFile(&MediaConverter::videoToGIF)},
+        {"convert.video.m4a", video, convert, "M4A", "Tonspur als M4A",    none, perFile(&MediaConverter::extractAudio)},
+
+        {"convert.document.docx", document, convert, "DOCX", "In DOCX umwandeln", none, toDocument(DocumentFormat::docx)},
+        {"convert.document.pdf",  document, convert, "PDF",  "In PDF umwandeln",  none, toDocument(DocumentFormat::pdf)},
+        {"convert.document.rtf",  document, convert, "RTF",  "In RTF umwandeln",  none, toDocument(DocumentFormat::rtf)},
+        {"convert.document.odt",  document, convert, "ODT",  "In ODT umwandeln",  none, toDocument(DocumentFormat::odt)},
+        {"convert.document.html", document, convert, "HTML", "In HTML umwandeln", none, toDocument(DocumentFormat::html)},
+        {"convert.document.txt",  document, convert, "TXT",  "In TXT umwandeln",  none, toDocument(DocumentFormat::txt)},
+
+        {"convert.sheet.xlsx", spreadsheet, convert, "XLSX", "In XLSX umwandeln", none, toTable(QStringLiteral("xlsx"))},
+        {"convert.sheet.csv",  spreadsheet, convert, "CSV",  "In CSV umwandeln",  none, toTable(QStringLiteral("csv"))},
+        {"convert.sheet.tsv",  spreadsheet, convert, "TSV",  "In TSV umwandeln",  none, toTable(QStringLiteral("tsv"))},
+        {"convert.sheet.json", spreadsheet, convert, "JSON", "In JSON umwandeln", none, toTable(QStringLiteral("json"))},
+        {"convert.sheet.html", spreadsheet, convert, "HTML", "In HTML umwandeln", none, toTable(QStringLiteral("html"))},
+
+        {"convert.archive.extract", archive, convert, "ENTPACKEN", "Archiv entpacken",   "shippingbox.and.arrow.backward", perFile(&ArchiveConverter::extract)},
+        {"convert.archive.zip",     archive, convert, "ZIP",       "In ZIP umpacken",    none, repackInto(Kind::zip)},
+        {"convert.archive.tgz",     archive, convert, "TAR.GZ",    "In TAR.GZ umpacken", none, repackInto(Kind::tgz)},
+
+        {"archive.zip", folder, convert, "ZIP",    "Als ZIP packen",    none, packInto(Kind::zip)},
+        {"archive.tgz", folder, convert, "TAR.GZ", "Als TAR.GZ packen", none, packInto(Kind::tgz)},
+
+        // Tools
+        {"tool.image.compress", image, tools, "KOMPR.",      "Komprimieren",                  squeeze,                 perFile(&ImageConverter::compress)},
+        {"tool.image.cutout",   image, tools, "FREISTELLEN", "Hintergrund entfernen",         "person.crop.rectangle", perFile(&VisionTools::removeBackground)},
+        {"tool.image.ocr",      image, tools, "TEXT",        "Text erkennen und kopieren",    "text.viewfinder",       perFile(&VisionTools::recognizeText)},
+        {"tool.image.web",      image, tools, "WEB",         "Für Web verkleinern (1920 px)", "globe",                 webSize()},
+        {"tool.image.strip",    image, tools, "METADATEN",   "Metadaten & GPS entfernen",     "eye.slash",             perFile(&ImageConverter::stripMetadata)},
+        {"tool.image.pdf",      image, tools, "PDF",         "Als PDF",                       "doc.richtext",          intoOne(&ImageConverter::imagesToPDF),
+            "%1 Bilder zu einem PDF"},
+
+        {"tool.pdf.compress", pdf, tools, "KOMPR.", "PDF komprimieren", squeeze, perFile(&PDFConverter::compress)},
+
+        {"tool.audio.compress", audio, tools, "KOMPR.", "Als M4A mit 128 kbit/s", squeeze, audioCompress()},
+
+        {"tool.video.compress", video, tools, "KOMPR.",    "Komprimieren (HEVC)",       squeeze,         smallerOrNothing(videoExport(VideoPreset::hevc), QStringLiteral("Das Video"))},
+        {"tool.video.720p",     video, tools, "720P",      "Klein für WhatsApp & Mail", "paperplane",    smallerOrNothing(videoExport(VideoPreset::p720), QStringLiteral("Das Video"))},
+        {"tool.video.still",    video, tools, "STANDBILD", "Standbild als JPG",         "photo",         perFile(&MediaConverter::stillFrame)},
+        {"tool.video.mute",     video, tools, "STUMM",     "Tonspur entfernen",         "speaker.slash", perFile(&MediaConverter::removeAudio)},
+
+        // Actions: the same for every kind of file.
+        {"action.airdrop",  std::nullopt, actions, "AIRDROP",  "Per AirDrop teilen",      "airplayaudio",        onDesktop(&DesktopHandlers::share, "ein Gerät zum Senden, das der Desktop kennt")},
+        {"action.float",    std::nullopt, actions, "FLOAT",    "In die Ablage legen",     "tray.and.arrow.down", onDesktop(&DesktopHandlers::shelve, "die schwebende Ablage auf dem Bildschirm")},
+        {"action.copy",     std::nullopt, actions, "KOPIEREN", "In die Zwischenablage",   "doc.on.doc",          onDesktop(&DesktopHandlers::copyFiles, clipboard)},
+        {"action.move",     std::nullopt, actions, "BEWEGEN",  "In einen Ordner bewegen", "folder",              onDesktop(&DesktopHandlers::move, "eine Ordnerauswahl auf dem Bildschirm")},
+        {"action.path",     std::nullopt, actions, "PFAD",     "Pfad kopieren",           "link",                onDesktop(&DesktopHandlers::copyPaths, clipboard)},
+        {"action.terminal", std::nullopt, actions, "TERMINAL", "Im Terminal öffnen",      "terminal",            onDesktop(&DesktopHandlers::openTerminal, "ein Terminalfenster")},
+        {"archive.zip",     std::nullopt, actions, "ZIP",      "Als ZIP packen",          "archivebox",          packInto(Kind::zip)},
+    };
+    // clang-format on
+}
+
+} // namespace
+
+const std::vector<CatalogueRow>& rows() {
+    static const std::vector<CatalogueRow> all = table();
+    return all;
+}
+
+const CatalogueRow* find(QStringView id) {
+    const auto& all = rows();
+    const auto row = std::find_if(all.begin(), all.end(), [&](const CatalogueRow& r) {
+        return id == QLatin1StringView(r.id);
+    });
+    return row == all.end() ? nullptr : &*row;
+}
+
+} // namespace tramix::Catalogue
