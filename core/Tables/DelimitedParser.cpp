@@ -2,14 +2,29 @@
 
 namespace tramix {
 
+namespace {
+
+constexpr unsigned char firstNonASCII = 0x80;
+
+} // namespace
+
 DelimitedParser::DelimitedParser(char delimiter, bool latin1, RowHandler onRow)
     : delimiter_(delimiter)
     , latin1_(latin1)
-    , onRow_(std::move(onRow)) {}
+    , onRow_(std::move(onRow)) {
+    for (const char byte : {delimiter_, '\n', '\r', '"'})
+        stopsOutside_[static_cast<unsigned char>(byte)] = true;
+    stopsInside_[static_cast<unsigned char>('"')] = true;
+    // Latin-1 bytes above ASCII become two bytes each, so they cannot be copied in a run.
+    if (latin1_) {
+        for (unsigned value = firstNonASCII; value < stopsOutside_.size(); ++value)
+            stopsOutside_[value] = stopsInside_[value] = true;
+    }
+}
 
 void DelimitedParser::appendByte(char byte) {
     const auto value = static_cast<unsigned char>(byte);
-    if (latin1_ && value >= 0x80) {
+    if (latin1_ && value >= firstNonASCII) {
         row_.buffer().append(static_cast<char>(0xC0 | (value >> 6)));
         row_.buffer().append(static_cast<char>(0x80 | (value & 0x3F)));
         return;
@@ -32,24 +47,48 @@ void DelimitedParser::outside(char byte) {
         inQuotes_ = true;
     else if (byte == delimiter_)
         endCell();
-    else if (byte == '\n' && !afterCR_)
+    else if (byte == '\n')
         endRow();
+    else if (byte == '\r')
+        crPending_ = true;
     else
         appendByte(byte);
 }
 
-qsizetype DelimitedParser::plainRun(QByteArrayView bytes, qsizetype from) const {
-    qsizetype end = from;
-    const qsizetype size = bytes.size();
-    if (inQuotes_) {
-        while (end < size && bytes[end] != '"' &&
-               (!latin1_ || static_cast<unsigned char>(bytes[end]) < 0x80))
-            ++end;
-    } else {
-        while (end < size && bytes[end] != delimiter_ && bytes[end] != '\n' && bytes[end] != '"' &&
-               (!latin1_ || static_cast<unsigned char>(bytes[end]) < 0x80))
-            ++end;
+void DelimitedParser::step(char byte) {
+    if (crPending_) {
+        crPending_ = false;
+        if (byte == '\n') {
+            endRow();
+            return;
+        }
+        appendByte('\r');
     }
+    if (quotePending_) {
+        quotePending_ = false;
+        if (byte == '"') {
+            appendByte('"');
+            return;
+        }
+        inQuotes_ = false;
+        outside(byte);
+    } else if (inQuotes_) {
+        if (byte == '"')
+            quotePending_ = true;
+        else
+            appendByte(byte);
+    } else {
+        outside(byte);
+    }
+}
+
+qsizetype DelimitedParser::plainRun(QByteArrayView bytes, qsizetype from) const {
+    const ByteSet& stops = inQuotes_ ? stopsInside_ : stopsOutside_;
+    const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+    const qsizetype size = bytes.size();
+    qsizetype end = from;
+    while (end < size && !stops[data[end]])
+        ++end;
     return end;
 }
 
@@ -60,37 +99,22 @@ void DelimitedParser::feed(QByteArrayView bytes) {
     offset_ += bytes.size();
     while (i < bytes.size()) {
         // Ordinary bytes go into the cell in one piece.
-        if (!quotePending_) {
+        if (!quotePending_ && !crPending_) {
             const qsizetype end = plainRun(bytes, i);
             if (end > i) {
                 row_.buffer().append(bytes.sliced(i, end - i));
-                afterCR_ = bytes[end - 1] == '\r';
                 i = end;
                 continue;
             }
         }
-        const char byte = bytes[i++];
-        if (quotePending_) {
-            quotePending_ = false;
-            if (byte == '"') {
-                appendByte('"');
-            } else {
-                inQuotes_ = false;
-                outside(byte);
-            }
-        } else if (inQuotes_) {
-            if (byte == '"')
-                quotePending_ = true;
-            else
-                appendByte(byte);
-        } else {
-            outside(byte);
-        }
-        afterCR_ = byte == '\r';
+        step(bytes[i++]);
     }
 }
 
 void DelimitedParser::finish() {
+    if (crPending_)
+        appendByte('\r');
+    crPending_ = false;
     quotePending_ = false;
     inQuotes_ = false;
     if (row_.openCellSize() > 0 || !row_.isEmpty())

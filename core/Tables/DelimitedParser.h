@@ -1,11 +1,13 @@
 // Splits delimited text into rows of cells as it arrives, in pieces of any size. Quotes open only
-// at the start of a cell, a doubled quote inside quotes stands for one, and only a line feed that
-// stands alone ends a row (a carriage return, alone or before a line feed, belongs to the cell).
-// Empty lines are dropped.
+// at the start of a cell and a doubled quote inside quotes stands for one. A line feed ends a
+// row, and so does a CR LF pair, also when a piece ends between the two; a carriage return
+// before anything else stays in the cell, as does every line break inside quotes. Empty lines
+// are dropped.
 #pragma once
 
 #include "TableRow.h"
 
+#include <array>
 #include <functional>
 
 namespace tramix {
@@ -19,13 +21,16 @@ public:
     DelimitedParser(char delimiter, bool latin1, RowHandler onRow);
 
     void feed(QByteArrayView bytes);
-    // Hands over the last row when the text does not end with a line feed.
+    // Hands over the last row when the text does not end with a line break.
     void finish();
     qint64 rows() const { return rows_; }
 
 private:
+    using ByteSet = std::array<bool, 256>;
+
     // The end of the bytes from `from` on that need no decision of the state machine.
     qsizetype plainRun(QByteArrayView bytes, qsizetype from) const;
+    void step(char byte);
     void outside(char byte);
     void appendByte(char byte);
     void endCell() { row_.closeCell(); }
@@ -34,10 +39,12 @@ private:
     char delimiter_;
     bool latin1_;
     RowHandler onRow_;
+    ByteSet stopsOutside_{};
+    ByteSet stopsInside_{};
     TableRow row_;
     bool inQuotes_ = false;
     bool quotePending_ = false; // a quote inside quotes, its meaning known from the next byte
-    bool afterCR_ = false;
+    bool crPending_ = false;    // a CR outside quotes: a row end if a line feed follows
     qint64 offset_ = 0;
     qint64 rows_ = 0;
 };

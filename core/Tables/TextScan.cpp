@@ -13,15 +13,10 @@ void TextScan::feed(QByteArrayView bytes) {
 
 void TextScan::countFirstLine(QByteArrayView bytes) {
     for (const char byte : bytes) {
-        if (afterCR_ && byte != '\n') {
+        if (byte == '\n' || byte == '\r') {
             lineEnded_ = true;
             return;
         }
-        if (byte == '\n' && !afterCR_) {
-            lineEnded_ = true;
-            return;
-        }
-        afterCR_ = byte == '\r';
         semicolons_ += byte == ';';
         commas_ += byte == ',';
         tabs_ += byte == '\t';

@@ -14,8 +14,8 @@ public:
     bool isUtf8() const { return valid_ && pending_ == 0; }
 
     // Tab for the extension "tsv"; otherwise whichever of tab, semicolon and comma the first
-    // line holds most of, ties going to the comma, then the semicolon. The first line ends at a
-    // line feed or carriage return that stands alone; a CR LF pair is neither.
+    // line holds most of, ties going to the comma, then the semicolon. The first line ends at
+    // the first line feed or carriage return, so also at a CR LF pair.
     char delimiter(const QString& lowerExtension) const;
 
 private:
@@ -23,7 +23,6 @@ private:
     void validate(QByteArrayView bytes);
 
     bool lineEnded_ = false;
-    bool afterCR_ = false;
     qint64 semicolons_ = 0;
     qint64 commas_ = 0;
     qint64 tabs_ = 0;
