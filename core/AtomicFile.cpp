@@ -1,7 +1,6 @@
 #include "AtomicFile.h"
 
 #include "ConversionError.h"
-#include "NameReservations.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -81,62 +80,73 @@ void flushAllToDisk(const QStringList& temporaries, const QStringList& destinati
 }
 
 // Moves without ever replacing an existing file, also where the file system lacks
-// RENAME_NOREPLACE (a hard link fails on an existing name, too).
-void moveIntoPlace(const QString& temporary, const QString& destination) {
+// RENAME_NOREPLACE (a hard link fails on an existing name, too). False when the name is taken.
+bool moveIntoPlace(const QString& temporary, const QString& destination) {
     const QByteArray from = QFile::encodeName(temporary);
     const QByteArray to = QFile::encodeName(destination);
     if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
-        return;
-    if (errno != EINVAL && errno != ENOSYS)
-        throwWriteError(destination, errno);
-    if (::link(from.constData(), to.constData()) != 0)
-        throwWriteError(destination, errno);
-    ::unlink(from.constData());
+        return true;
+    int error = errno;
+    if (error == EINVAL || error == ENOSYS) {
+        if (::link(from.constData(), to.constData()) == 0) {
+            ::unlink(from.constData());
+            return true;
+        }
+        error = errno;
+    }
+    if (error != EEXIST)
+        throwWriteError(destination, error);
+    return false;
+}
+
+QString commit(NameReservation& destination, const QString& temporary) {
+    return destination.commit([&](const QString& name) { return moveIntoPlace(temporary, name); });
 }
 
 } // namespace
 
-void write(const QString& destination,
-           const std::function<void(const QString& temporary)>& produce) {
-    const QString temporary = temporaryBeside(destination);
+QString write(NameReservation destination,
+              const std::function<void(const QString& temporary)>& produce) {
+    const QString temporary = temporaryBeside(destination.path());
     try {
         produce(temporary);
         flushToDisk(QFile::encodeName(temporary));
-        moveIntoPlace(temporary, destination);
+        return commit(destination, temporary);
     } catch (...) {
         QFile::remove(temporary);
-        NameReservations::release({destination});
         throw;
     }
 }
 
-void writeAll(const QStringList& destinations,
-              const std::function<void(const QStringList& temporaries)>& produce) {
-    QStringList temporaries;
-    for (const QString& destination : destinations)
-        temporaries.append(temporaryBeside(destination));
-    qsizetype moved = 0;
+QStringList writeAll(std::vector<NameReservation> destinations,
+                     const std::function<void(const QStringList& temporaries)>& produce) {
+    QStringList names, temporaries, placed;
+    for (const NameReservation& destination : destinations) {
+        names.append(destination.path());
+        temporaries.append(temporaryBeside(destination.path()));
+    }
     try {
         produce(temporaries);
-        flushAllToDisk(temporaries, destinations);
-        for (; moved < destinations.size(); ++moved)
-            moveIntoPlace(temporaries[moved], destinations[moved]);
+        flushAllToDisk(temporaries, names);
+        for (qsizetype i = 0; i < temporaries.size(); ++i)
+            placed.append(commit(destinations[size_t(i)], temporaries[i]));
     } catch (...) {
         // Only names this call created are removed: a move never replaces a file.
-        for (qsizetype i = 0; i < destinations.size(); ++i)
-            QFile::remove(i < moved ? destinations[i] : temporaries[i]);
-        NameReservations::release(destinations);
+        for (qsizetype i = 0; i < temporaries.size(); ++i)
+            QFile::remove(i < placed.size() ? placed[i] : temporaries[i]);
         throw;
     }
+    return placed;
 }
 
-void writeBytes(const QString& destination, const std::function<QByteArray()>& produce) {
-    write(destination, [&](const QString& temporary) {
+QString writeBytes(NameReservation destination, const std::function<QByteArray()>& produce) {
+    const QString name = destination.path();
+    return write(std::move(destination), [&](const QString& temporary) {
         const QByteArray bytes = produce();
         QFile file(temporary);
         if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly) ||
             file.write(bytes) != bytes.size() || !file.flush()) {
-            throwWriteError(destination, file.errorString());
+            throwWriteError(name, file.errorString());
         }
     });
 }

@@ -10,12 +10,15 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace tramix::FolderTree {
 
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr mode_t anyoneMayUse = 0777; // less the umask, as for any new folder
 
 fs::path toPath(const QString& path) {
     return fs::path(QFile::encodeName(path).toStdString());
@@ -48,6 +51,22 @@ void grantOwner(const fs::path& folder, fs::perms perms) {
 bool isInside(const fs::path& path, const fs::path& root) {
     const fs::path relative = path.lexically_relative(root);
     return !relative.empty() && *relative.begin() != "..";
+}
+
+QString reasonOf(int error) {
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+// Without RENAME_NOREPLACE, the name is claimed by making an empty folder under it, which the
+// rename may then replace, since it is our own. Returns 0 or the errno.
+int renameOntoNewFolder(const QByteArray& source, const QByteArray& target) {
+    if (::mkdir(target.constData(), S_IRWXU) != 0)
+        return errno;
+    if (::rename(source.constData(), target.constData()) == 0)
+        return 0;
+    const int error = errno;
+    ::rmdir(target.constData());
+    return error;
 }
 
 } // namespace
@@ -87,24 +106,32 @@ std::optional<QString> linkLeaving(const QString& rootPath) {
     return std::nullopt;
 }
 
-void moveIntoPlace(const QString& from, const QString& to) {
+bool createNew(const QString& path) {
+    std::error_code error;
+    fs::create_directories(toPath(path).parent_path(), error);
+    if (error)
+        throwFolderError(path, QString::fromLocal8Bit(error.message()));
+    if (::mkdir(QFile::encodeName(path).constData(), anyoneMayUse) == 0)
+        return true;
+    if (errno == EEXIST)
+        return false;
+    throwFolderError(path, reasonOf(errno));
+}
+
+bool moveIntoPlace(const QString& from, const QString& to) {
     const QByteArray source = QFile::encodeName(from);
     const QByteArray target = QFile::encodeName(to);
     if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE) ==
         0)
-        return;
+        return true;
     int error = errno;
-    if (error == EINVAL || error == ENOSYS) {
-        // No atomic check on this file system: the reserved name makes a race unlikely.
-        struct stat info;
-        if (::lstat(target.constData(), &info) == 0)
-            error = EEXIST;
-        else if (::rename(source.constData(), target.constData()) == 0)
-            return;
-        else
-            error = errno;
-    }
-    throwFolderError(to, QString::fromLocal8Bit(std::strerror(error)));
+    if (error == EINVAL || error == ENOSYS)
+        error = renameOntoNewFolder(source, target);
+    if (error == 0)
+        return true;
+    if (error == EEXIST)
+        return false;
+    throwFolderError(to, reasonOf(error));
 }
 
 } // namespace tramix::FolderTree

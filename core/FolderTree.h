@@ -17,7 +17,12 @@ void remove(const QString& path);
 // outside `root`, or that cannot be resolved at all.
 std::optional<QString> linkLeaving(const QString& root);
 
-// Renames `from` to `to`, which must not exist (it is never replaced); throws ConversionError.
-void moveIntoPlace(const QString& from, const QString& to);
+// Creates the folder, and any missing parents, unless something exists under its name already:
+// then false. Throws ConversionError when it cannot.
+bool createNew(const QString& path);
+
+// Renames `from` to `to` unless something exists under that name already: then false, for
+// nothing is ever replaced. Throws ConversionError when it cannot.
+bool moveIntoPlace(const QString& from, const QString& to);
 
 } // namespace tramix::FolderTree

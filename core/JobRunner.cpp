@@ -1,7 +1,6 @@
 #include "JobRunner.h"
 
 #include "ConversionError.h"
-#include "NameReservations.h"
 
 #include <QThread>
 #include <algorithm>
@@ -23,9 +22,7 @@ struct CallOutcome {
 CallOutcome call(const FileOperation& operation, const QStringList& inputs,
                  const OutputContext& context) {
     try {
-        QStringList outputs = operation.perform(inputs, context);
-        NameReservations::release(outputs);
-        return {std::move(outputs), std::nullopt};
+        return {operation.perform(inputs, context), std::nullopt};
     } catch (const std::exception& error) {
         return {{}, describeError(error)};
     } catch (...) {

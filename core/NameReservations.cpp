@@ -57,11 +57,10 @@ QString unique(const QString& path) {
     return candidate;
 }
 
-void release(const QStringList& paths) {
+void release(const QString& path) {
     State& s = state();
     std::lock_guard guard(s.lock);
-    for (const QString& path : paths)
-        s.reserved.remove(QDir::cleanPath(path));
+    s.reserved.remove(QDir::cleanPath(path));
 }
 
 } // namespace tramix::NameReservations

@@ -1,8 +1,8 @@
-// Process-wide promises of output paths, so that parallel jobs never pick the same name.
+// Process-wide promises of output paths, so that parallel jobs never pick the same name before
+// either file exists. Used through NameReservation, which gives its promise back by itself.
 #pragma once
 
 #include <QString>
-#include <QStringList>
 
 namespace tramix::NameReservations {
 
@@ -10,7 +10,7 @@ namespace tramix::NameReservations {
 // now reserved for the caller.
 QString unique(const QString& path);
 
-// Drops reservations once the files exist or the job has ended; unknown paths are ignored.
-void release(const QStringList& paths);
+// Drops the promise of `path`; an unknown path is ignored.
+void release(const QString& path);
 
 } // namespace tramix::NameReservations

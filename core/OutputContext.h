@@ -1,6 +1,8 @@
 // Where a job's results go and how good lossy results must be; every output name comes from here.
 #pragma once
 
+#include "NameReservation.h"
+
 #include <QString>
 #include <optional>
 
@@ -13,16 +15,16 @@ struct OutputContext {
     // The folder for outputs of `input`.
     QString directory(const QString& input) const;
 
-    // A reserved, unique path "{stem}[ {suffix}].{ext}" for the output of one input; `ext` has
-    // no leading dot and may be compound ("tar.gz").
-    QString destination(const QString& input, const QString& ext,
-                        const QString& suffix = QString()) const;
+    // The name "{stem}[ {suffix}].{ext}" for the output of one input, reserved until the output
+    // is committed under it; `ext` has no leading dot and may be compound ("tar.gz").
+    NameReservation destination(const QString& input, const QString& ext,
+                                const QString& suffix = QString()) const;
 
-    // A reserved, unique path for an output whose whole file name is already known.
-    QString destinationNamed(const QString& name, const QString& near) const;
+    // As `destination`, for an output whose whole file name is already known.
+    NameReservation destinationNamed(const QString& name, const QString& near) const;
 
-    // Creates a new, uniquely named folder for the many outputs of one input. Throws
-    // ConversionError when the folder cannot be created.
+    // Creates a new folder for the many outputs of one input, under a name that nothing had
+    // before, and returns its path. Throws ConversionError when the folder cannot be created.
     QString makeFolder(const QString& input, const QString& suffix = QString()) const;
 };
 

@@ -5,7 +5,6 @@
 #include "ConversionError.h"
 #include "FileKind.h"
 #include "FolderTree.h"
-#include "NameReservations.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -151,19 +150,18 @@ QString compress(const QStringList& inputs, Kind kind, const OutputContext& cont
         if (!QFileInfo(input).exists() && !QFileInfo(input).isSymLink())
             throw ConversionError::unreadable(nameOf(input));
     }
-    const QString destination =
+    NameReservation destination =
         inputs.size() == 1
             ? context.destination(inputs.first(), extension(kind))
             : context.destinationNamed(QStringLiteral("Archiv.") + extension(kind), inputs.first());
-    AtomicFile::write(destination,
-                      [&](const QString& temporary) { pack(names, folder, kind, temporary); });
-    return destination;
+    return AtomicFile::write(std::move(destination), [&](const QString& temporary) {
+        pack(names, folder, kind, temporary);
+    });
 }
 
 QString extract(const QString& archive, const OutputContext& context) {
-    const QString destination = NameReservations::unique(
-        QDir(context.directory(archive)).filePath(extractionName(archive)));
-    const QString staging = stagingBeside(destination);
+    NameReservation destination(QDir(context.directory(archive)).filePath(extractionName(archive)));
+    const QString staging = stagingBeside(destination.path());
     try {
         FolderTree::create(staging);
         unpack(archive, staging);
@@ -171,13 +169,12 @@ QString extract(const QString& archive, const OutputContext& context) {
         if (QDir(staging).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System |
                                   QDir::NoDotAndDotDot))
             throw ConversionError::failed(QStringLiteral("Das Archiv ist leer."));
-        FolderTree::moveIntoPlace(staging, destination);
+        return destination.commit(
+            [&](const QString& name) { return FolderTree::moveIntoPlace(staging, name); });
     } catch (...) {
         FolderTree::remove(staging);
-        NameReservations::release({destination});
         throw;
     }
-    return destination;
 }
 
 QString repack(const QString& archive, Kind kind, const OutputContext& context) {
@@ -185,19 +182,14 @@ QString repack(const QString& archive, Kind kind, const OutputContext& context) 
                                 .filePath(QStringLiteral("tramix-") +
                                           QUuid::createUuid().toString(QUuid::WithoutBraces));
     FolderTree::create(working);
-    QString extracted;
-    const auto cleanUp = qScopeGuard([&] {
-        FolderTree::remove(working);
-        NameReservations::release({extracted});
-    });
-    extracted = extract(archive, OutputContext{working, context.quality});
+    const auto cleanUp = qScopeGuard([&] { FolderTree::remove(working); });
+    const QString extracted = extract(archive, OutputContext{working, context.quality});
     const QStringList entries = entriesWorthKeeping(extracted);
     if (entries.isEmpty())
         throw ConversionError::failed(QStringLiteral("Das Archiv ist leer."));
-    const QString destination = context.destination(archive, extension(kind));
-    AtomicFile::write(destination,
-                      [&](const QString& temporary) { pack(entries, extracted, kind, temporary); });
-    return destination;
+    return AtomicFile::write(
+        context.destination(archive, extension(kind)),
+        [&](const QString& temporary) { pack(entries, extracted, kind, temporary); });
 }
 
 } // namespace tramix::ArchiveConverter

@@ -34,9 +34,8 @@ QString readText(const QString& input) {
 
 QString markdownToHTML(const QString& input, const OutputContext& context) {
     const QString html = Markdown::toHTML(readText(input), outputStem(input));
-    const QString destination = context.destination(input, QStringLiteral("html"));
-    AtomicFile::writeBytes(destination, [&] { return html.toUtf8(); });
-    return destination;
+    return AtomicFile::writeBytes(context.destination(input, QStringLiteral("html")),
+                                  [&] { return html.toUtf8(); });
 }
 
 } // namespace

@@ -54,9 +54,8 @@ QByteArray smallestEncoding(const Loaded& loaded, const ImageFormat& target,
 
 QString convert(const QString& input, const ImageFormat& format, const OutputContext& context) {
     const Loaded loaded = ImagePipeline::load(input);
-    const QString destination = context.destination(input, format.ext);
-    ImagePipeline::save(loaded, format, context.quality, loaded.metadata, destination);
-    return destination;
+    return ImagePipeline::save(loaded, format, context.quality, loaded.metadata,
+                               context.destination(input, format.ext));
 }
 
 QString compress(const QString& input, const OutputContext& context) {
@@ -68,10 +67,9 @@ QString compress(const QString& input, const OutputContext& context) {
         smallestEncoding(loaded, target, loaded.metadata.withoutXMP(), inputSize);
     if (inputSize > 0 && !(double(result.size()) < double(inputSize) * 0.97))
         throw ConversionError::failed(QStringLiteral("Das Bild ist bereits optimal komprimiert."));
-    const QString destination =
-        context.destination(input, target.ext, QStringLiteral("komprimiert"));
-    AtomicFile::writeBytes(destination, [&] { return result; });
-    return destination;
+    return AtomicFile::writeBytes(
+        context.destination(input, target.ext, QStringLiteral("komprimiert")),
+        [&] { return result; });
 }
 
 QString resizeForWeb(const QString& input, int maxEdge, const OutputContext& context) {
@@ -82,23 +80,20 @@ QString resizeForWeb(const QString& input, int maxEdge, const OutputContext& con
     }
     const ImageFormat target =
         ImagePixels::hasAlpha(loaded.image) ? ImageFormat::png : ImageFormat::jpg;
-    const QString destination = context.destination(input, target.ext, QStringLiteral("Web"));
-    ImagePipeline::save(loaded, target, context.quality, loaded.metadata, destination);
-    return destination;
+    return ImagePipeline::save(loaded, target, context.quality, loaded.metadata,
+                               context.destination(input, target.ext, QStringLiteral("Web")));
 }
 
 QString stripMetadata(const QString& input, const OutputContext& context) {
     const Loaded loaded = ImagePipeline::load(input);
     const ImageFormat format = ImageFormat::forFile(input);
-    const QString destination =
-        context.destination(input, format.ext, QStringLiteral("ohne Metadaten"));
-    ImagePipeline::save(loaded, format, std::max(context.quality, 0.92), ImageMetadata::none(),
-                        destination);
-    return destination;
+    return ImagePipeline::save(
+        loaded, format, std::max(context.quality, 0.92), ImageMetadata::none(),
+        context.destination(input, format.ext, QStringLiteral("ohne Metadaten")));
 }
 
-void makePDF(const QStringList& inputs, const QString& destination) {
-    AtomicFile::write(destination, [&](const QString& temporary) {
+QString makePDF(const QStringList& inputs, NameReservation destination) {
+    return AtomicFile::write(std::move(destination), [&](const QString& temporary) {
         ImagePDFWriter writer(temporary);
         for (const QString& input : inputs)
             writer.addPage(input);
@@ -109,9 +104,7 @@ void makePDF(const QStringList& inputs, const QString& destination) {
 QString imagesToPDF(const QStringList& inputs, const OutputContext& context) {
     if (inputs.isEmpty())
         throw ConversionError::failed(QStringLiteral("Keine Dateien."));
-    const QString destination = context.destination(inputs.first(), QStringLiteral("pdf"));
-    makePDF(inputs, destination);
-    return destination;
+    return makePDF(inputs, context.destination(inputs.first(), QStringLiteral("pdf")));
 }
 
 } // namespace tramix::ImageConverter

@@ -13,9 +13,9 @@ QString compress(const QString& input, const OutputContext& context);
 QString resizeForWeb(const QString& input, int maxEdge, const OutputContext& context);
 QString stripMetadata(const QString& input, const OutputContext& context);
 
-// One page per image, in order, written to `destination` (already reserved by the caller,
-// and given back when this fails).
-void makePDF(const QStringList& inputs, const QString& destination);
+// One page per image, in order, written under the reserved name (or the next free one);
+// returns the path written.
+QString makePDF(const QStringList& inputs, NameReservation destination);
 
 // One PDF named after the first image, one page per image in the given order.
 QString imagesToPDF(const QStringList& inputs, const OutputContext& context);

@@ -170,14 +170,14 @@ QByteArray encodePrepared(const VImage& image, const ImageFormat& format, double
     return bytes;
 }
 
-void savePrepared(const VImage& image, const ImageFormat& format, double quality,
-                  const ImageMetadata& metadata, const QString& destination) {
+QString savePrepared(const VImage& image, const ImageFormat& format, double quality,
+                     const ImageMetadata& metadata, NameReservation destination) {
     if (heifCodec(format)) {
-        AtomicFile::writeBytes(destination,
-                               [&] { return encodePrepared(image, format, quality, metadata); });
-        return;
+        return AtomicFile::writeBytes(std::move(destination), [&] {
+            return encodePrepared(image, format, quality, metadata);
+        });
     }
-    AtomicFile::write(destination, [&](const QString& temporary) {
+    return AtomicFile::write(std::move(destination), [&](const QString& temporary) {
         Saver saver = saverFor(image, format, quality);
         const QByteArray file = QFile::encodeName(temporary);
         image.call(saver.name, saver.options->set("in", image)->set("filename", file.constData()));
@@ -271,11 +271,11 @@ QByteArray encode(const VImage& image, const ImageFormat& format, double quality
     });
 }
 
-void save(const Loaded& loaded, const ImageFormat& format, double quality,
-          const ImageMetadata& metadata, const QString& destination) {
-    writing(loaded.name, format, [&] {
-        savePrepared(prepared(loaded.image, format, loaded.dpi), format, quality, metadata,
-                     destination);
+QString save(const Loaded& loaded, const ImageFormat& format, double quality,
+             const ImageMetadata& metadata, NameReservation destination) {
+    return writing(loaded.name, format, [&] {
+        return savePrepared(prepared(loaded.image, format, loaded.dpi), format, quality, metadata,
+                            std::move(destination));
     });
 }
 

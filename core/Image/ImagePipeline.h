@@ -5,6 +5,7 @@
 
 #include "ImageFormat.h"
 #include "ImageMetadata.h"
+#include "NameReservation.h"
 
 #include <QByteArray>
 #include <QSize>
@@ -50,9 +51,10 @@ std::optional<double> declaredDPI(const vips::VImage& image);
 QByteArray encode(const vips::VImage& image, const ImageFormat& format, double quality,
                   const ImageMetadata& metadata, double dpi);
 
-// Writes the image into the reserved `destination`, atomically, carrying exactly `metadata`.
-// Errors while decoding throw `unreadable` with `sourceName`.
-void save(const Loaded& loaded, const ImageFormat& format, double quality,
-          const ImageMetadata& metadata, const QString& destination);
+// Writes the image atomically under the reserved name (or the next free one), carrying exactly
+// `metadata`, and returns its path. Errors while decoding throw `unreadable` with the source's
+// name.
+QString save(const Loaded& loaded, const ImageFormat& format, double quality,
+             const ImageMetadata& metadata, NameReservation destination);
 
 } // namespace tramix::ImagePipeline

@@ -5,7 +5,6 @@
 #include "Image/ImageMetadata.h"
 #include "Image/ImagePipeline.h"
 #include "JobRunner.h"
-#include "NameReservations.h"
 #include "PDFDocument.h"
 #include "PDFImageCompressor.h"
 #include "PDFRenderer.h"
@@ -37,47 +36,11 @@ QString trimmedSpace(const QString& text) {
     return text.mid(begin, end - begin);
 }
 
-} // namespace
-
-QString compress(const QString& input, const OutputContext& context) {
-    std::shared_ptr<QPDF> document = PDFDocument::open(input);
-    if (PDFDocument::pages(*document, fileName(input)).empty())
-        throw ConversionError::unreadable(fileName(input));
-    const QString destination =
-        context.destination(input, QStringLiteral("pdf"), QStringLiteral("komprimiert"));
-    try {
-        PDFImageCompressor::recompress(*document, context.quality, JobRunner::width());
-    } catch (const std::exception&) {
-        NameReservations::release({destination});
-        throw ConversionError::unreadable(fileName(input));
-    }
-    PDFDocument::write(*document, destination, [](QPDFWriter& writer) {
-        writer.setCompressStreams(true);
-        writer.setDecodeLevel(qpdf_dl_generalized);
-        writer.setObjectStreamMode(qpdf_o_generate);
-    });
-    SizeCheck::requireSmaller(destination, input, QStringLiteral("Das PDF"));
-    return destination;
-}
-
-QString toImages(const QString& input, const ImageFormat& format, const OutputContext& context,
-                 double dpi) {
-    const int count = PDFRenderer::open(input)->pages();
-    QStringList destinations;
-    QString result;
-    if (count == 1) {
-        result = context.destination(input, format.ext);
-        destinations.append(result);
-    } else {
-        result = context.makeFolder(input);
-        const QDir folder(result);
-        for (int i = 1; i <= count; ++i) {
-            destinations.append(folder.filePath(
-                QStringLiteral("Seite %1.%2").arg(PageRanges::zeroPadded(i, count), format.ext)));
-        }
-    }
-    const double quality = context.quality;
-    ParallelPages::run(count, JobRunner::width(), [&] {
+// Page i of `input` under names[i], rendered side by side; returns the paths written.
+std::vector<QString> renderPages(const QString& input, std::vector<NameReservation> names,
+                                 const ImageFormat& format, double quality, double dpi) {
+    std::vector<QString> written(names.size());
+    ParallelPages::run(int(names.size()), JobRunner::width(), [&] {
         std::shared_ptr<poppler::document> document = PDFRenderer::open(input);
         return [&, document](int index) {
             std::unique_ptr<poppler::page> page(document->create_page(index));
@@ -85,12 +48,52 @@ QString toImages(const QString& input, const ImageFormat& format, const OutputCo
                 throw ConversionError::failed(
                     QStringLiteral("Bild konnte nicht gerendert werden."));
             const vips::VImage image = PDFRenderer::render(*page, dpi);
-            AtomicFile::writeBytes(destinations[index], [&] {
+            written[size_t(index)] = AtomicFile::writeBytes(std::move(names[size_t(index)]), [&] {
                 return ImagePipeline::encode(image, format, quality, ImageMetadata::none(), dpi);
             });
         };
     });
-    return result;
+    return written;
+}
+
+} // namespace
+
+QString compress(const QString& input, const OutputContext& context) {
+    std::shared_ptr<QPDF> document = PDFDocument::open(input);
+    if (PDFDocument::pages(*document, fileName(input)).empty())
+        throw ConversionError::unreadable(fileName(input));
+    NameReservation destination =
+        context.destination(input, QStringLiteral("pdf"), QStringLiteral("komprimiert"));
+    try {
+        PDFImageCompressor::recompress(*document, context.quality, JobRunner::width());
+    } catch (const std::exception&) {
+        throw ConversionError::unreadable(fileName(input));
+    }
+    const QString written =
+        PDFDocument::write(*document, std::move(destination), [](QPDFWriter& writer) {
+            writer.setCompressStreams(true);
+            writer.setDecodeLevel(qpdf_dl_generalized);
+            writer.setObjectStreamMode(qpdf_o_generate);
+        });
+    SizeCheck::requireSmaller(written, input, QStringLiteral("Das PDF"));
+    return written;
+}
+
+QString toImages(const QString& input, const ImageFormat& format, const OutputContext& context,
+                 double dpi) {
+    const int count = PDFRenderer::open(input)->pages();
+    std::vector<NameReservation> names;
+    if (count == 1) {
+        names.push_back(context.destination(input, format.ext));
+        return renderPages(input, std::move(names), format, context.quality, dpi).front();
+    }
+    const QDir folder(context.makeFolder(input));
+    for (int i = 1; i <= count; ++i) {
+        names.emplace_back(folder.filePath(
+            QStringLiteral("Seite %1.%2").arg(PageRanges::zeroPadded(i, count), format.ext)));
+    }
+    renderPages(input, std::move(names), format, context.quality, dpi);
+    return folder.path();
 }
 
 QString toText(const QString& input, const OutputContext& context) {
@@ -112,9 +115,8 @@ QString toText(const QString& input, const OutputContext& context) {
     const QString text = pages.join(QStringLiteral("\n\n"));
     if (text.isEmpty())
         throw ConversionError::failed(QStringLiteral("Im PDF wurde kein Text gefunden."));
-    const QString destination = context.destination(input, QStringLiteral("txt"));
-    AtomicFile::writeBytes(destination, [&] { return text.toUtf8(); });
-    return destination;
+    return AtomicFile::writeBytes(context.destination(input, QStringLiteral("txt")),
+                                  [&] { return text.toUtf8(); });
 }
 
 } // namespace tramix::PDFConverter

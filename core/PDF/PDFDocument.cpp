@@ -87,10 +87,11 @@ void appendCopy(QPDF& target, QPDFPageObjectHelper page) {
     QPDFPageDocumentHelper(target).addPage(QPDFPageObjectHelper(copy), false);
 }
 
-void write(QPDF& document, const QString& destination,
-           const std::function<void(QPDFWriter&)>& configure) {
-    AtomicFile::write(destination,
-                      [&](const QString& temporary) { writeTo(document, temporary, configure); });
+QString write(QPDF& document, NameReservation destination,
+              const std::function<void(QPDFWriter&)>& configure) {
+    return AtomicFile::write(std::move(destination), [&](const QString& temporary) {
+        writeTo(document, temporary, configure);
+    });
 }
 
 void writeTo(QPDF& document, const QString& path,

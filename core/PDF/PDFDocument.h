@@ -1,6 +1,8 @@
 // Opening and writing PDF files with qpdf, with the sentences users see when that fails.
 #pragma once
 
+#include "NameReservation.h"
+
 #include <QString>
 #include <functional>
 #include <memory>
@@ -25,10 +27,11 @@ std::vector<QPDFPageObjectHelper> pages(QPDF& document, const QString& name);
 // stay open until `target` is written.
 void appendCopy(QPDF& target, QPDFPageObjectHelper page);
 
-// Writes `document` atomically to the reserved `destination`; `configure` may change how. Any
-// failure gives "PDF konnte nicht gespeichert werden." and leaves no file.
-void write(QPDF& document, const QString& destination,
-           const std::function<void(QPDFWriter&)>& configure = {});
+// Writes `document` atomically under the reserved name (or the next free one) and returns its
+// path; `configure` may change how. Any failure gives "PDF konnte nicht gespeichert werden." and
+// leaves no file.
+QString write(QPDF& document, NameReservation destination,
+              const std::function<void(QPDFWriter&)>& configure = {});
 
 // As `write`, straight to `path`, for a temporary file that AtomicFile moves into place later.
 void writeTo(QPDF& document, const QString& path,

@@ -3,7 +3,6 @@
 #include "AtomicFile.h"
 #include "ConversionError.h"
 #include "JobRunner.h"
-#include "NameReservations.h"
 #include "PDFDocument.h"
 #include "ParallelPages.h"
 
@@ -51,14 +50,18 @@ QString mergedName(const QString& name) {
     return result;
 }
 
-QStringList splitDestinations(const QString& input, const QList<PageRanges::Group>& chosen,
-                              const OutputContext& context) {
-    if (chosen.size() == 1)
-        return {context.destination(input, QStringLiteral("pdf"), PageRanges::label(chosen[0]))};
+std::vector<NameReservation> splitDestinations(const QString& input,
+                                               const QList<PageRanges::Group>& chosen,
+                                               const OutputContext& context) {
+    std::vector<NameReservation> destinations;
+    if (chosen.size() == 1) {
+        destinations.push_back(
+            context.destination(input, QStringLiteral("pdf"), PageRanges::label(chosen[0])));
+        return destinations;
+    }
     const QDir folder(context.makeFolder(input, QStringLiteral("aufgeteilt")));
-    QStringList destinations;
     for (qsizetype i = 0; i < chosen.size(); ++i) {
-        destinations.append(folder.filePath(
+        destinations.emplace_back(folder.filePath(
             QStringLiteral("Teil %1 – %2.pdf")
                 .arg(PageRanges::zeroPadded(i + 1, chosen.size()), PageRanges::label(chosen[i]))));
     }
@@ -90,9 +93,10 @@ QStringList split(const QString& input, const QList<PageRanges::Group>& groups,
         throw ConversionError::failed(QStringLiteral("Keine Seiten ausgewählt."));
     for (const PageRanges::Group& group : chosen)
         requirePages(group, count);
-    const QStringList destinations = splitDestinations(input, chosen, context);
+    std::vector<NameReservation> destinations = splitDestinations(input, chosen, context);
+    const QString folder = QFileInfo(destinations.front().path()).absolutePath();
     try {
-        AtomicFile::writeAll(destinations, [&](const QStringList& temporaries) {
+        return AtomicFile::writeAll(std::move(destinations), [&](const QStringList& temporaries) {
             // Several files are written at once, each thread copying from its own reading of
             // the source.
             std::mutex handOver;
@@ -112,14 +116,10 @@ QStringList split(const QString& input, const QList<PageRanges::Group>& groups,
             });
         });
     } catch (...) {
-        if (chosen.size() > 1) {
-            const QString folder = QFileInfo(destinations[0]).absolutePath();
+        if (chosen.size() > 1)
             QDir().rmdir(folder); // only when empty
-            NameReservations::release({folder});
-        }
         throw;
     }
-    return destinations;
 }
 
 QString merge(const QList<MergePart>& parts, const QString& name, const OutputContext& context) {
@@ -146,9 +146,7 @@ QString merge(const QList<MergePart>& parts, const QString& name, const OutputCo
     }
     if (output->getAllPages().empty())
         throw ConversionError::failed(QStringLiteral("Keine Seiten zum Zusammenführen."));
-    const QString destination = context.destinationNamed(mergedName(name), parts[0].path);
-    PDFDocument::write(*output, destination);
-    return destination;
+    return PDFDocument::write(*output, context.destinationNamed(mergedName(name), parts[0].path));
 }
 
 } // namespace tramix::PDFPageCopy

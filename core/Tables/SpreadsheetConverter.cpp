@@ -64,11 +64,12 @@ qint64 streamDelimited(const QString& path, const DelimitedParser::RowHandler& o
     return parser.rows();
 }
 
-// Writes the rows that `produce` hands over to `destination` in format `ext`, atomically; a
-// table without rows leaves nothing behind.
-void writeTable(const QString& destination, const QString& ext, const QString& title,
-                const std::function<qint64(const DelimitedParser::RowHandler&)>& produce) {
-    AtomicFile::write(destination, [&](const QString& temporary) {
+// Writes the rows that `produce` hands over to `destination` in format `ext`, atomically, and
+// returns the path written; a table without rows leaves nothing behind.
+QString writeTable(NameReservation destination, const QString& ext, const QString& title,
+                   const std::function<qint64(const DelimitedParser::RowHandler&)>& produce) {
+    const QString name = QFileInfo(destination.path()).fileName();
+    return AtomicFile::write(std::move(destination), [&](const QString& temporary) {
         if (ext == u"xlsx") {
             XLSXWriter writer(temporary);
             if (produce([&](const TableRow& row) { writer.row(row); }) == 0)
@@ -78,18 +79,16 @@ void writeTable(const QString& destination, const QString& ext, const QString& t
         }
         QFile file(temporary);
         if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
-            throw ConversionError::failed(
-                QStringLiteral("„%1“ konnte nicht geschrieben werden: %2")
-                    .arg(QFileInfo(destination).fileName(), file.errorString()));
+            throw ConversionError::failed(QStringLiteral("„%1“ konnte nicht geschrieben werden: %2")
+                                              .arg(name, file.errorString()));
         }
-        const auto writer = textWriter(ext, file, QFileInfo(destination).fileName(), title);
+        const auto writer = textWriter(ext, file, name, title);
         if (produce([&](const TableRow& row) { writer->row(row); }) == 0)
             throw emptyTable();
         writer->finish();
         if (!file.flush())
-            throw ConversionError::failed(
-                QStringLiteral("„%1“ konnte nicht geschrieben werden: %2")
-                    .arg(QFileInfo(destination).fileName(), file.errorString()));
+            throw ConversionError::failed(QStringLiteral("„%1“ konnte nicht geschrieben werden: %2")
+                                              .arg(name, file.errorString()));
     });
 }
 
@@ -122,11 +121,11 @@ QString convert(const QString& input, const QString& ext, const OutputContext& c
         throw ConversionError::unreadable(QFileInfo(input).fileName());
 
     const bool workbook = pathExtension(input).toLower() == u"xlsx";
-    const QString destination = context.destination(input, target);
-    writeTable(destination, target, title, [&](const DelimitedParser::RowHandler& onRow) {
-        return workbook ? XLSX::stream(input, onRow) : streamDelimited(input, onRow);
-    });
-    return destination;
+    return writeTable(context.destination(input, target), target, title,
+                      [&](const DelimitedParser::RowHandler& onRow) {
+                          return workbook ? XLSX::stream(input, onRow)
+                                          : streamDelimited(input, onRow);
+                      });
 }
 
 TableGrid read(const QString& path) {

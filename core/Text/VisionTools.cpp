@@ -60,11 +60,11 @@ QString recognizeText(const QString& input, const OutputContext& context) {
 }
 
 QString save(const QString& text, const QString& input, const OutputContext& context) {
-    const QString destination =
-        context.destination(input, QStringLiteral("txt"), QStringLiteral("Text"));
-    AtomicFile::writeBytes(destination, [&] { return text.toUtf8(); });
+    const QString written = AtomicFile::writeBytes(
+        context.destination(input, QStringLiteral("txt"), QStringLiteral("Text")),
+        [&] { return text.toUtf8(); });
     toClipboard(text);
-    return destination;
+    return written;
 }
 
 QString removeBackground(const QString&, const OutputContext&) {

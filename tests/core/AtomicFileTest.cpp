@@ -1,7 +1,6 @@
 #include "AtomicFile.h"
 
 #include "ConversionError.h"
-#include "NameReservations.h"
 #include "TestFiles.h"
 
 #include <QDir>
@@ -11,41 +10,7 @@
 #include <stdexcept>
 
 using namespace tramix;
-using tramix::test::errorOf;
 using tramix::test::TestFolder;
-
-TEST(AtomicFile, FailedWritesLeaveNothingAndGiveTheNameBack) {
-    TestFolder dir;
-    const QString destination = NameReservations::unique(dir.path("out.png"));
-    EXPECT_THROW(AtomicFile::write(destination,
-                                   [](const QString& temporary) {
-                                       QFile file(temporary);
-                                       file.open(QIODevice::WriteOnly);
-                                       file.write("half");
-                                       throw std::runtime_error("encoder died");
-                                   }),
-                 std::runtime_error);
-    EXPECT_TRUE(QDir(dir.path(".")).entryList(QDir::Files | QDir::Hidden).isEmpty());
-    EXPECT_EQ(NameReservations::unique(dir.path("out.png")), destination) << "name given back";
-
-    AtomicFile::writeBytes(destination, [] { return QByteArray("whole"); });
-    QFile written(destination);
-    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
-    EXPECT_EQ(written.readAll(), "whole");
-    EXPECT_EQ(QDir(dir.path(".")).entryList(QDir::Files | QDir::Hidden).size(), 1);
-}
-
-TEST(AtomicFile, NeverReplacesAFileThatAppearedMeanwhile) {
-    TestFolder dir;
-    const QString destination = NameReservations::unique(dir.path("report.pdf"));
-    dir.file("report.pdf", "the user's own");
-    EXPECT_THROW(AtomicFile::writeBytes(destination, [] { return QByteArray("ours"); }),
-                 ConversionError);
-    QFile kept(destination);
-    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
-    EXPECT_EQ(kept.readAll(), "the user's own");
-    EXPECT_EQ(QDir(dir.path(".")).entryList(QDir::Files | QDir::Hidden).size(), 1);
-}
 
 namespace {
 
@@ -61,19 +26,53 @@ QByteArray contentOf(const QString& path) {
 }
 
 QStringList everything(const TestFolder& dir) {
-    return QDir(dir.path(".")).entryList(QDir::Files | QDir::Hidden);
+    return QDir(dir.path(".")).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+}
+
+std::vector<NameReservation> reserve(const TestFolder& dir, const QStringList& names) {
+    std::vector<NameReservation> reserved;
+    for (const QString& name : names)
+        reserved.emplace_back(dir.path(name));
+    return reserved;
 }
 
 } // namespace
 
+TEST(AtomicFile, FailedWritesLeaveNothingAndGiveTheNameBack) {
+    TestFolder dir;
+    EXPECT_THROW(AtomicFile::write(NameReservation(dir.path("out.png")),
+                                   [](const QString& temporary) {
+                                       fill(temporary, "half");
+                                       throw std::runtime_error("encoder died");
+                                   }),
+                 std::runtime_error);
+    EXPECT_TRUE(everything(dir).isEmpty());
+
+    EXPECT_EQ(AtomicFile::writeBytes(NameReservation(dir.path("out.png")),
+                                     [] { return QByteArray("whole"); }),
+              dir.path("out.png"))
+        << "name given back";
+    EXPECT_EQ(contentOf(dir.path("out.png")), "whole");
+    EXPECT_EQ(everything(dir), QStringList{"out.png"});
+}
+
+TEST(AtomicFile, ANameTakenMeanwhileMovesOnAndNothingIsReplaced) {
+    TestFolder dir;
+    NameReservation report(dir.path("report.pdf"));
+    dir.file("report.pdf", "the user's own");
+    EXPECT_EQ(AtomicFile::writeBytes(std::move(report), [] { return QByteArray("ours"); }),
+              dir.path("report 2.pdf"));
+    EXPECT_EQ(contentOf(dir.path("report.pdf")), "the user's own");
+    EXPECT_EQ(contentOf(dir.path("report 2.pdf")), "ours");
+    EXPECT_EQ(everything(dir), (QStringList{"report 2.pdf", "report.pdf"}));
+}
+
 TEST(AtomicFile, WritesSeveralResultsAllOrNone) {
     TestFolder dir;
-    QStringList names;
-    for (const char* name : {"Teil 1.pdf", "Teil 2.pdf", "Teil 3.pdf"})
-        names.append(NameReservations::unique(dir.path(name)));
+    const QStringList names{"Teil 1.pdf", "Teil 2.pdf", "Teil 3.pdf"};
 
     // Fails after two of three are written: no temporary, no result, names given back.
-    EXPECT_THROW(AtomicFile::writeAll(names,
+    EXPECT_THROW(AtomicFile::writeAll(reserve(dir, names),
                                       [&](const QStringList& temporaries) {
                                           ASSERT_EQ(temporaries.size(), 3);
                                           fill(temporaries[0], "one");
@@ -82,34 +81,27 @@ TEST(AtomicFile, WritesSeveralResultsAllOrNone) {
                                       }),
                  std::runtime_error);
     EXPECT_TRUE(everything(dir).isEmpty());
-    for (const QString& name : names)
-        EXPECT_EQ(NameReservations::unique(name), name) << "name given back";
 
-    // A name taken meanwhile stops the lot: the user's file stays as it was, and the results
-    // already moved into place before it are taken away again.
+    // Written whole, each under its own name, with the temporaries beside them; a name that
+    // another program took meanwhile moves on to the next free one for that file alone.
+    std::vector<NameReservation> reserved = reserve(dir, names);
+    for (qsizetype i = 0; i < names.size(); ++i)
+        EXPECT_EQ(reserved[size_t(i)].path(), dir.path(names[i])) << "name given back";
     dir.file("Teil 2.pdf", "the user's own");
-    EXPECT_NE(errorOf([&] {
-                  AtomicFile::writeAll(names, [](const QStringList& temporaries) {
-                      for (const QString& temporary : temporaries)
-                          fill(temporary, "ours");
-                  });
-              }),
-              "(no error)");
-    EXPECT_EQ(everything(dir), QStringList{"Teil 2.pdf"});
+    const QStringList written =
+        AtomicFile::writeAll(std::move(reserved), [&](const QStringList& temporaries) {
+            for (qsizetype i = 0; i < temporaries.size(); ++i) {
+                EXPECT_EQ(QFileInfo(temporaries[i]).absolutePath(),
+                          QFileInfo(dir.path(names[i])).absolutePath());
+                fill(temporaries[i], names[i].toUtf8());
+            }
+            EXPECT_EQ(everything(dir).size(), 4) << "none in place before all are done";
+        });
+    EXPECT_EQ(written, (QStringList{dir.path("Teil 1.pdf"), dir.path("Teil 2 2.pdf"),
+                                    dir.path("Teil 3.pdf")}));
+    EXPECT_EQ(everything(dir),
+              (QStringList{"Teil 1.pdf", "Teil 2 2.pdf", "Teil 2.pdf", "Teil 3.pdf"}));
     EXPECT_EQ(contentOf(dir.path("Teil 2.pdf")), "the user's own");
-
-    // Written whole, each under its own name, with the temporaries beside them.
-    QFile::remove(dir.path("Teil 2.pdf"));
-    for (const QString& name : names)
-        NameReservations::unique(name);
-    AtomicFile::writeAll(names, [&](const QStringList& temporaries) {
-        for (qsizetype i = 0; i < temporaries.size(); ++i) {
-            EXPECT_EQ(QFileInfo(temporaries[i]).absolutePath(), QFileInfo(names[i]).absolutePath());
-            EXPECT_FALSE(QFileInfo::exists(names[i])) << "not in place before all are done";
-            fill(temporaries[i], names[i].toUtf8());
-        }
-    });
-    EXPECT_EQ(everything(dir), (QStringList{"Teil 1.pdf", "Teil 2.pdf", "Teil 3.pdf"}));
-    for (const QString& name : names)
-        EXPECT_EQ(contentOf(name), name.toUtf8());
+    for (qsizetype i = 0; i < names.size(); ++i)
+        EXPECT_EQ(contentOf(written[i]), names[i].toUtf8());
 }

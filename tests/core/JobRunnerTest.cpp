@@ -1,7 +1,7 @@
 #include "JobRunner.h"
 
+#include "AtomicFile.h"
 #include "ConversionError.h"
-#include "NameReservations.h"
 #include "TestFiles.h"
 
 #include <QFileInfo>
@@ -124,22 +124,23 @@ TEST(JobRunner, ForeignExceptionsKeepTheirOwnText) {
     EXPECT_EQ(result.failures.first().message.toStdString(), "Datenträger voll");
 }
 
-TEST(JobRunner, SuccessfulCallsGiveTheirReservationsBack) {
+TEST(JobRunner, SuccessfulCallsReportWhatTheyWroteAndHoldNoNames) {
     TestFolder dir;
-    const QString promised = dir.path("r.txt");
-    // Reserves a name and reports it as written without writing it.
-    const auto reserve = [](const QStringList& in, const OutputContext& context) -> QStringList {
-        return {context.destination(in.first(), "txt")};
+    // Writes one result and reserves a second name that it never uses.
+    const auto write = [](const QStringList& in, const OutputContext& context) -> QStringList {
+        const tramix::NameReservation unused = context.destination(in.first(), "txt", "leer");
+        return {tramix::AtomicFile::writeBytes(context.destination(in.first(), "txt"),
+                                               [] { return QByteArray("r"); })};
     };
+    QStringList expected{dir.path("r.txt"), dir.path("r 2.txt")};
     for (OperationStyle style : {OperationStyle::perFile, OperationStyle::combined}) {
         const JobResult result =
-            JobRunner::run(operation(style, reserve), {dir.path("r.png")}, OutputContext{});
-        EXPECT_EQ(result.outputs, QStringList{promised});
+            JobRunner::run(operation(style, write), {dir.path("r.png")}, OutputContext{});
+        EXPECT_EQ(result.outputs, QStringList{expected.takeFirst()});
         EXPECT_TRUE(result.succeeded());
         EXPECT_GT(result.duration, 0);
-        EXPECT_EQ(tramix::NameReservations::unique(promised).toStdString(), promised.toStdString());
-        tramix::NameReservations::release({promised});
     }
+    EXPECT_EQ(tramix::NameReservation(dir.path("r leer.txt")).path(), dir.path("r leer.txt"));
 }
 
 TEST(JobRunner, EmptyResultIsNoSuccessAndWidthIsBounded) {

@@ -1,60 +1,73 @@
 #include "NameReservations.h"
 
 #include "ConversionError.h"
+#include "FolderTree.h"
+#include "NameReservation.h"
 #include "OutputContext.h"
 #include "TestFiles.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <algorithm>
 #include <barrier>
 #include <gtest/gtest.h>
 #include <thread>
+#include <vector>
 
-namespace NameReservations = tramix::NameReservations;
+using tramix::NameReservation;
 using tramix::OutputContext;
 using tramix::test::TestFolder;
 
-// Every test works in its own temporary folder, so reservations left behind by one test cannot
-// collide with another's names.
+// Every test works in its own temporary folder, so names held by one test cannot collide with
+// another's.
 
 namespace {
 
-std::string str(const QString& text) {
-    return text.toStdString();
+QString name(const NameReservation& reservation) {
+    return QFileInfo(reservation.path()).fileName();
 }
 
-std::string name(const QString& path) {
-    return str(QFileInfo(path).fileName());
+// Stands in for a converter's last step: claims the name with an exclusive create.
+bool createFile(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::NewOnly);
 }
 
 } // namespace
 
-TEST(NameReservations, ExistingFilesAndReservationsAreSkipped) {
+TEST(NameReservations, ANameIsHeldUntilItsReservationIsDroppedOrCommitted) {
     TestFolder dir;
-    dir.file("a.pdf");
-    const QString second = OutputContext{}.destination(dir.file("a.png"), "pdf");
-    EXPECT_EQ(str(second), str(dir.path("a 2.pdf")));
-    // Once written, the file itself keeps the name taken.
-    dir.file("a 2.pdf");
-    NameReservations::release({second});
-    EXPECT_EQ(name(OutputContext{}.destination(dir.path("a.png"), "pdf")), "a 3.pdf");
-
     const QString x = dir.path("x.jpg");
-    EXPECT_EQ(str(NameReservations::unique(x)), str(x));
-    EXPECT_EQ(name(NameReservations::unique(x)), "x 2.jpg");
-    NameReservations::release({x, dir.path("never reserved.jpg")});
-    EXPECT_EQ(str(NameReservations::unique(x)), str(x));
+    std::vector<NameReservation> held;
+    held.emplace_back(x);
+    // Moved into the list: the temporary it came from must not give the name back.
+    held.push_back(NameReservation(x));
+    EXPECT_EQ(held[0].path(), x);
+    EXPECT_EQ(name(held[1]), "x 2.jpg");
+    EXPECT_EQ(name(NameReservation(x)), "x 3.jpg");
+    EXPECT_EQ(name(NameReservation(x)), "x 3.jpg") << "dropped unused, a name is free again";
+    held[1] = NameReservation(x);
+    EXPECT_EQ(name(held[1]), "x 3.jpg");
+    EXPECT_EQ(name(NameReservation(x)), "x 2.jpg") << "replaced, a reservation gives its name back";
+
+    EXPECT_EQ(held[0].commit(&createFile), x);
+    EXPECT_EQ(name(NameReservation(x)), "x 2.jpg") << "the file now holds its name";
+    QFile::remove(x);
+    EXPECT_EQ(NameReservation(x).path(), x) << "committed, the table holds the name no longer";
 }
 
 TEST(NameReservations, CompoundHiddenAndSuffixedNames) {
     TestFolder dir;
     const OutputContext context;
+    dir.file("a.pdf");
+    EXPECT_EQ(name(context.destination(dir.file("a.png"), "pdf")), "a 2.pdf");
     EXPECT_EQ(name(context.destination(dir.file("data.tar.gz"), "zip")), "data.zip");
     EXPECT_EQ(name(context.destination(dir.file("Backup.TAR.GZ"), "zip")), "Backup.zip");
     // The number goes before the whole ".tar.gz", not between "tar" and "gz".
-    EXPECT_EQ(name(NameReservations::unique(dir.file("Archiv.tar.gz"))), "Archiv 2.tar.gz");
+    EXPECT_EQ(name(NameReservation(dir.file("Archiv.tar.gz"))), "Archiv 2.tar.gz");
     // A leading dot is part of the name, not an extension.
-    EXPECT_EQ(name(NameReservations::unique(dir.file(".profile"))), ".profile 2");
+    EXPECT_EQ(name(NameReservation(dir.file(".profile"))), ".profile 2");
     EXPECT_EQ(name(context.destination(dir.file("clip.mov"), "mp4", "S")), "clip S.mp4");
 }
 
@@ -62,23 +75,60 @@ TEST(NameReservations, SharedFolderNumbersOutputsAgainstEachOther) {
     TestFolder dir;
     const QString out = dir.folder("Ausgabe");
     const OutputContext context{out, 0.85};
-    EXPECT_EQ(str(context.destination(dir.file("eins/p.png"), "jpg")), str(out + "/p.jpg"));
-    EXPECT_EQ(str(context.destination(dir.file("zwei/p.png"), "jpg")), str(out + "/p 2.jpg"));
-    EXPECT_EQ(str(context.destinationNamed("p.jpg", dir.path("drei/q.zip"))),
-              str(out + "/p 3.jpg"));
+    const NameReservation first = context.destination(dir.file("eins/p.png"), "jpg");
+    const NameReservation second = context.destination(dir.file("zwei/p.png"), "jpg");
+    const NameReservation third = context.destinationNamed("p.jpg", dir.path("drei/q.zip"));
+    EXPECT_EQ(first.path(), out + "/p.jpg");
+    EXPECT_EQ(second.path(), out + "/p 2.jpg");
+    EXPECT_EQ(third.path(), out + "/p 3.jpg");
     // Without a folder each output goes next to its own input.
-    EXPECT_EQ(str(OutputContext{}.destination(dir.path("zwei/p.png"), "jpg")),
-              str(dir.path("zwei/p.jpg")));
+    EXPECT_EQ(OutputContext{}.destination(dir.path("zwei/p.png"), "jpg").path(),
+              dir.path("zwei/p.jpg"));
 }
 
-TEST(NameReservations, MakeFolderCreatesAUniqueFolder) {
+TEST(NameReservations, CommitMovesOnWhenAnotherProgramTookTheName) {
+    TestFolder dir;
+    NameReservation notes(dir.path("notes.txt"));
+    // Between reservation and commit, another program writes both the name and the next one.
+    dir.file("notes.txt", "theirs");
+    EXPECT_EQ(notes.commit([&](const QString& path) {
+        if (path.endsWith(u"notes 2.txt"))
+            dir.file("notes 2.txt", "theirs too");
+        return createFile(path);
+    }),
+              dir.path("notes 3.txt"));
+    EXPECT_EQ(notes.path(), dir.path("notes 3.txt"));
+    QFile theirs(dir.path("notes.txt"));
+    ASSERT_TRUE(theirs.open(QIODevice::ReadOnly));
+    EXPECT_EQ(theirs.readAll(), "theirs");
+}
+
+TEST(NameReservations, FoldersNeverReuseOrReplaceAnExistingOne) {
     TestFolder dir;
     const QString input = dir.file("Bericht.pdf");
+    dir.file("Bericht Seiten/eigene.txt", "the user's own");
     const QString first = OutputContext{}.makeFolder(input, "Seiten");
-    const QString second = OutputContext{}.makeFolder(input, "Seiten");
-    EXPECT_EQ(str(first), str(dir.path("Bericht Seiten")));
-    EXPECT_EQ(str(second), str(dir.path("Bericht Seiten 2")));
-    EXPECT_TRUE(QFileInfo(first).isDir() && QFileInfo(second).isDir());
+    EXPECT_EQ(first, dir.path("Bericht Seiten 2"));
+    EXPECT_TRUE(QFileInfo(first).isDir() && QDir(first).isEmpty());
+    EXPECT_EQ(OutputContext{}.makeFolder(input, "Seiten"), dir.path("Bericht Seiten 3"));
+
+    // A folder made by another program between reservation and creation is left to it.
+    NameReservation pages(dir.path("Seiten"));
+    dir.file("Seiten/eigene.txt", "theirs");
+    EXPECT_EQ(pages.commit(&tramix::FolderTree::createNew), dir.path("Seiten 2"));
+    EXPECT_EQ(QDir(dir.path("Seiten")).entryList(QDir::Files), QStringList{"eigene.txt"});
+
+    // A finished folder moved into place does not replace even an empty one.
+    const QString staged = QFileInfo(dir.file(".Fotos.part/bild.jpg", "ours")).absolutePath();
+    NameReservation photos(dir.path("Fotos"));
+    dir.folder("Fotos");
+    EXPECT_EQ(photos.commit([&](const QString& path) {
+        return tramix::FolderTree::moveIntoPlace(staged, path);
+    }),
+              dir.path("Fotos 2"));
+    EXPECT_TRUE(QDir(dir.path("Fotos")).isEmpty());
+    EXPECT_TRUE(QFileInfo::exists(dir.path("Fotos 2/bild.jpg")));
+
     // A regular file cannot hold a folder.
     const OutputContext blocked{dir.file("plain.txt"), 0.85};
     EXPECT_THROW(blocked.makeFolder(input), tramix::ConversionError);
@@ -87,7 +137,7 @@ TEST(NameReservations, MakeFolderCreatesAUniqueFolder) {
 TEST(NameReservations, ConcurrentCallersNeverShareANameAndLeaveNoGaps) {
     constexpr int threads = 16, perThread = 50;
     TestFolder dir;
-    std::vector<std::vector<std::string>> got(threads);
+    std::vector<std::vector<NameReservation>> held(threads);
     {
         // Start all threads together so that they really contend for the lock.
         std::barrier start(threads);
@@ -96,13 +146,15 @@ TEST(NameReservations, ConcurrentCallersNeverShareANameAndLeaveNoGaps) {
             workers.emplace_back([&, t] {
                 start.arrive_and_wait();
                 for (int i = 0; i < perThread; ++i)
-                    got[t].push_back(name(NameReservations::unique(dir.path("x.jpg"))));
+                    held[t].emplace_back(dir.path("x.jpg"));
             });
         }
     }
     std::vector<std::string> all, expected = {"x.jpg"};
-    for (const auto& names : got)
-        all.insert(all.end(), names.begin(), names.end());
+    for (const auto& reservations : held) {
+        for (const NameReservation& reservation : reservations)
+            all.push_back(name(reservation).toStdString());
+    }
     for (int n = 2; n <= threads * perThread; ++n)
         expected.push_back("x " + std::to_string(n) + ".jpg");
     std::sort(all.begin(), all.end());

@@ -153,6 +153,6 @@ TEST(OperationRegistry, FailingPerformThrowsAndGivesItsNameBack) {
             << id.toStdString();
     }
     // The names reserved for the failed results are free again.
-    EXPECT_EQ(context.destination(input, "jpg"), dir.path("x.jpg"));
-    EXPECT_EQ(context.destination(input, "pdf"), dir.path("x.pdf"));
+    EXPECT_EQ(context.destination(input, "jpg").path(), dir.path("x.jpg"));
+    EXPECT_EQ(context.destination(input, "pdf").path(), dir.path("x.pdf"));
 }

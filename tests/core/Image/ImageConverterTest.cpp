@@ -191,8 +191,8 @@ TEST(ImageConverter, PDFPagesAreSizedByPixelsAndResolutionAndShowImagesUpright) 
     const QString photo = turnedPhoto(dir);
     const QString clear =
         saveImage(halves(40, 20, {0, 0, 0, 0}, {0, 160, 0, 255}), dir.path("clear.png"));
-    const QString pdf = dir.path("album.pdf");
-    ImageConverter::makePDF({print, plain, photo, clear}, pdf);
+    const QString pdf = ImageConverter::makePDF({print, plain, photo, clear},
+                                                tramix::NameReservation(dir.path("album.pdf")));
 
     QProcess qpdf;
     qpdf.start(QStringLiteral("qpdf"), {"--check", pdf});

@@ -193,10 +193,10 @@ TEST(PDFConverter, PagesBecomeImagesTurnedAndCroppedAsShown) {
     EXPECT_EQ(pixelAt(jpeg, 5, 5), white);
 
     // Colours come out in their places: red left, blue right.
-    ImageConverter::makePDF({saveImage(halves(200, 100, red, blue), dir.path("halves.png"))},
-                            dir.path("Farben.pdf"));
-    const QString colours =
-        PDFConverter::toImages(dir.path("Farben.pdf"), ImageFormat::png, OutputContext(), 72);
+    const QString pdf =
+        ImageConverter::makePDF({saveImage(halves(200, 100, red, blue), dir.path("halves.png"))},
+                                NameReservation(dir.path("Farben.pdf")));
+    const QString colours = PDFConverter::toImages(pdf, ImageFormat::png, OutputContext(), 72);
     EXPECT_TRUE(isNear(pixelAt(colours, 20, 50), red, 8));
     EXPECT_TRUE(isNear(pixelAt(colours, 180, 50), blue, 8));
 
@@ -222,9 +222,9 @@ TEST(PDFConverter, TextReadsTheTextLayerAndRecognisesScannedPages) {
     // One page typed, one scanned: the scan is read by text recognition.
     const QString typed = dir.file("typed.pdf", textPDF(QStringList{"Getippte Seite"}));
     const QString scan = saveImage(textImage("Gescannte Seite", 200), dir.path("scan.png"));
-    ImageConverter::makePDF({scan}, dir.path("scan.pdf"));
-    const QString mixed = PDFConverter::merge(
-        {{typed, std::nullopt}, {dir.path("scan.pdf"), std::nullopt}}, "mixed", OutputContext());
+    const QString scanned = ImageConverter::makePDF({scan}, NameReservation(dir.path("scan.pdf")));
+    const QString mixed = PDFConverter::merge({{typed, std::nullopt}, {scanned, std::nullopt}},
+                                              "mixed", OutputContext());
     QFile mixedText(PDFConverter::toText(mixed, OutputContext()));
     ASSERT_TRUE(mixedText.open(QIODevice::ReadOnly));
     EXPECT_EQ(QString::fromUtf8(mixedText.readAll()), "Getippte Seite\n\nGescannte Seite");
@@ -240,13 +240,14 @@ TEST(PDFConverter, CompressShrinksPhotosAndLeavesTheRestIntact) {
     const double dpi = 300 / 25.4;
     const VImage photo =
         photoLike(2400, 1600).copy(VImage::option()->set("xres", dpi)->set("yres", dpi));
-    ImageConverter::makePDF({saveImage(photo, dir.path("photo.jpg"), "[Q=95]")},
-                            dir.path("photo.pdf"));
+    const QString photos =
+        ImageConverter::makePDF({saveImage(photo, dir.path("photo.jpg"), "[Q=95]")},
+                                NameReservation(dir.path("photo.pdf")));
     QList<TextPage> page{TextPage("Vertrag mit Link")};
     page[0].linkURI = "https://example.org/vertrag";
     const QString text = dir.file("text.pdf", pagesPDF(page));
-    const QString source = PDFConverter::merge(
-        {{text, std::nullopt}, {dir.path("photo.pdf"), std::nullopt}}, "Mappe", OutputContext());
+    const QString source = PDFConverter::merge({{text, std::nullopt}, {photos, std::nullopt}},
+                                               "Mappe", OutputContext());
 
     const QString smaller = PDFConverter::compress(source, OutputContext());
     EXPECT_EQ(smaller, dir.path("Mappe komprimiert.pdf"));
@@ -264,8 +265,7 @@ TEST(PDFConverter, CompressShrinksPhotosAndLeavesTheRestIntact) {
 
     // A photo inside a form XObject (as qpdf's underlay makes it) is found and shrunk as well.
     const QString card = dir.file("card.pdf", pagesPDF({TextPage("Karte", 0, QSizeF(576, 384))}));
-    toolOutput("qpdf",
-               {card, "--underlay", dir.path("photo.pdf"), "--", dir.path("Unterlage.pdf")});
+    toolOutput("qpdf", {card, "--underlay", photos, "--", dir.path("Unterlage.pdf")});
     const QString underlaid = PDFConverter::compress(dir.path("Unterlage.pdf"), OutputContext());
     const QString inForm =
         toolOutput("qpdf", {"--qdf", "--object-streams=disable", underlaid, "-"});

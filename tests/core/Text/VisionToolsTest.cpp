@@ -165,8 +165,9 @@ TEST(VisionTools, ScannedPagesArePartedByOneBlankLine) {
     const QString first = saveImage(textImage("Erste Seite", 200), dir.path("1.png"));
     const QString blank = saveImage(halves(1000, 1400, white, white), dir.path("2.png"));
     const QString third = saveImage(textImage("Dritte Seite", 200), dir.path("3.png"));
-    ImageConverter::makePDF({first, blank, third}, dir.path("Scan.pdf"));
-    EXPECT_EQ(PDFScanText::recognizeAll(dir.path("Scan.pdf")), "Erste Seite\n\nDritte Seite");
+    const QString scan = ImageConverter::makePDF({first, blank, third},
+                                                 tramix::NameReservation(dir.path("Scan.pdf")));
+    EXPECT_EQ(PDFScanText::recognizeAll(scan), "Erste Seite\n\nDritte Seite");
 }
 
 TEST(TextBands, BandsNeitherOverlapNorLeaveOutALineAndFollowTheColumns) {
