@@ -2,11 +2,15 @@
 #include "TestFiles.h"
 #include "TestImages.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QRegularExpression>
 #include <gtest/gtest.h>
+#include <memory>
+#include <vector>
 
 using tramix::test::runTramix;
 
@@ -113,6 +117,50 @@ TEST(CLI, RunPrintsOutputsThenFailuresThenTheDurationThenTheCount) {
     // A failed conversion leaves nothing behind.
     EXPECT_FALSE(QFileInfo::exists(folder.path("sub/Strand.png")));
     EXPECT_FALSE(QFileInfo::exists(folder.path("sub/Meer.png")));
+}
+
+TEST(CLI, ProcessesConvertingIntoOneFolderAtOnceNeverShareAName) {
+    constexpr int processes = 16;
+    // Sixteen sanitized programs on two cores: generous, and only spent when something hangs.
+    constexpr qint64 patienceMs = 100'000;
+    tramix::test::TestFolder folder;
+    tramix::test::saveImage(tramix::test::photoLike(800, 600), folder.path("same.jpg"));
+    std::vector<std::unique_ptr<QProcess>> running;
+    for (int i = 0; i < processes; ++i) {
+        running.push_back(std::make_unique<QProcess>());
+        running.back()->setWorkingDirectory(folder.path("."));
+        running.back()->start(QStringLiteral(TRAMIX_BINARY),
+                              {"--run", "convert.image.png", "same.jpg"});
+    }
+    const QDeadlineTimer deadline(patienceMs);
+    QStringList printed;
+    for (const auto& process : running) {
+        ASSERT_TRUE(process->waitForFinished(int(deadline.remainingTime())));
+        const QString out = QString::fromUtf8(process->readAllStandardOutput());
+        EXPECT_EQ(process->exitCode(), 0) << out.toStdString();
+        printed.append(out.section(u'\n', 0, 0));
+    }
+
+    QStringList expected{"same.jpg", "same.png"};
+    for (int n = 2; n <= processes; ++n)
+        expected.append(QStringLiteral("same %1.png").arg(n));
+    expected.sort();
+    EXPECT_EQ(QDir(folder.path(".")).entryList(QDir::Files | QDir::Hidden, QDir::Name), expected)
+        << "no temporary file is left";
+    QStringList written;
+    for (const QString& path : printed)
+        written.append(QFileInfo(path).fileName());
+    written.append("same.jpg");
+    written.sort();
+    EXPECT_EQ(written, expected) << "each program names the file it wrote itself";
+    QFile first(folder.path("same.png"));
+    ASSERT_TRUE(first.open(QIODevice::ReadOnly));
+    const QByteArray whole = first.readAll();
+    for (const QString& path : printed) {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        EXPECT_EQ(file.readAll(), whole) << path.toStdString();
+    }
 }
 
 TEST(CLI, RenderCommandsCheckTheirArgumentsBeforeSayingWhatIsNotBuilt) {
