@@ -1,8 +1,39 @@
 #include <QApplication>
+#include <QDir>
+#include <QTemporaryDir>
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <vector>
 
+namespace {
+
+// Every test, and every program a test starts, works in a fresh folder that goes at the end:
+// whatever they leave in their working directory (LibreOffice leaves an NSS database) never
+// lands in the checkout or the build tree.
+class ScratchWorkingDirectory {
+public:
+    ScratchWorkingDirectory()
+        : previous_(QDir::currentPath())
+        , folder_(QDir::tempPath() + QStringLiteral("/TramixTests-XXXXXX")) {
+        entered_ = folder_.isValid() && QDir::setCurrent(folder_.path());
+    }
+    ~ScratchWorkingDirectory() { QDir::setCurrent(previous_); }
+    bool entered() const { return entered_; }
+
+private:
+    QString previous_;
+    QTemporaryDir folder_;
+    bool entered_ = false;
+};
+
+} // namespace
+
 int main(int argc, char** argv) {
+    ScratchWorkingDirectory scratch;
+    if (!scratch.entered()) {
+        std::fprintf(stderr, "No scratch working directory could be made.\n");
+        return 1;
+    }
     // Widgets (toasts, the menu) are tested off screen, the same on every machine; the tray
     // app's tests start the real program on the X display instead. The platform is chosen by
     // argument, so the programs the tests start do not inherit it.
