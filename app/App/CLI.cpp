@@ -1,12 +1,14 @@
 #include "CLI.h"
 
 #include "Catalogue/OperationRegistry.h"
+#include "CommandTable.h"
 #include "ConversionError.h"
 #include "Design/AppIcon.h"
 #include "Design/TrayIcon.h"
 #include "Drag/WheelModel.h"
 #include "Drag/WheelView.h"
 #include "DurationText.h"
+#include "HelpText.h"
 #include "JobRunner.h"
 #include "Settings/AppSettings.h"
 #include "Settings/History.h"
@@ -41,7 +43,7 @@ QStringList filePaths(const QStringList& args) {
 
 void list(const QStringList& args, QTextStream& out) {
     if (args.size() < 3)
-        fail(QStringLiteral("--list <convert|tools|actions> <dateien…>"));
+        fail(CommandTable::usage(CommandId::list));
     // An unknown mode word lists the conversions.
     const WheelMode mode = WheelMode::fromRawValue(args[1]).value_or(WheelMode::convert);
     for (const FileOperation& operation :
@@ -51,7 +53,7 @@ void list(const QStringList& args, QTextStream& out) {
 
 void runOperation(const QStringList& args, QTextStream& out) {
     if (args.size() < 3)
-        fail(QStringLiteral("--run <operation-id> <dateien…>"));
+        fail(CommandTable::usage(CommandId::run));
     const QString& id = args[1];
     const QStringList paths = filePaths(args.mid(2));
     // Every id that --list prints for these files, the wheels in their usual order.
@@ -173,11 +175,9 @@ void renderWheel(const QStringList& args, QTextStream&) {
 
 void renderEditor(const QStringList& args, QTextStream&) {
     if (args.size() < 3)
-        fail(QStringLiteral("--render-editor <art> out.png dateien… [dark]"));
-    static const QStringList arts = {"crop",          "backdrop",    "pdf-split",    "pdf-merge",
-                                     "convert-wheel", "tools-wheel", "actions-wheel"};
+        fail(CommandTable::usage(CommandId::renderEditor));
     const QString& art = args[1];
-    if (!arts.contains(art))
+    if (!CommandTable::editorArts().contains(art))
         fail(QStringLiteral("Unbekannter Editor %1").arg(art));
     if (!art.endsWith(u"-wheel"))
         cannotDrawYet(QStringLiteral("Editor %1").arg(art));
@@ -187,23 +187,48 @@ void renderEditor(const QStringList& args, QTextStream&) {
     writeWheel(mode, filePaths(files), args[2], dark);
 }
 
-const QHash<QString, Command>& commands() {
-    static const QHash<QString, Command> table = {
-        {"--list", list},
-        {"--run", runOperation},
-        {"--render-wheel", renderWheel},
-        {"--render-icon", renderIcon},
-        {"--render-editor", renderEditor},
-        {"--render-scene", renderWithPath(QStringLiteral("Wiesen-Szene"))},
-        {"--render-og", renderWithPath(QStringLiteral("Social-Card"))},
-        {"--render-shelf", renderWithPath(QStringLiteral("Ablage"))},
-        {"--render-menubar-icon", renderMenubarIcon},
-        {"--render-menu", renderMenu},
-        {"--render-dmg-background", renderWithPath(QStringLiteral("DMG-Hintergrund"))},
-        {"--render-welcome", renderWithPath(QStringLiteral("Willkommensfenster"))},
-        {"--render-settings", renderWithPath(QStringLiteral("Einstellungen"))},
-    };
-    return table;
+void help(const QStringList&, QTextStream& out) {
+    out << HelpText::text();
+}
+
+void version(const QStringList&, QTextStream& out) {
+    out << HelpText::versionLine() << '\n';
+}
+
+Command handler(CommandId id) {
+    switch (id) {
+    case CommandId::list:
+        return list;
+    case CommandId::run:
+        return runOperation;
+    case CommandId::renderWheel:
+        return renderWheel;
+    case CommandId::renderIcon:
+        return renderIcon;
+    case CommandId::renderEditor:
+        return renderEditor;
+    case CommandId::renderScene:
+        return renderWithPath(QStringLiteral("Wiesen-Szene"));
+    case CommandId::renderOg:
+        return renderWithPath(QStringLiteral("Social-Card"));
+    case CommandId::renderShelf:
+        return renderWithPath(QStringLiteral("Ablage"));
+    case CommandId::renderMenubarIcon:
+        return renderMenubarIcon;
+    case CommandId::renderMenu:
+        return renderMenu;
+    case CommandId::renderDmgBackground:
+        return renderWithPath(QStringLiteral("DMG-Hintergrund"));
+    case CommandId::renderWelcome:
+        return renderWithPath(QStringLiteral("Willkommensfenster"));
+    case CommandId::renderSettings:
+        return renderWithPath(QStringLiteral("Einstellungen"));
+    case CommandId::help:
+        return help;
+    case CommandId::version:
+        return version;
+    }
+    Q_UNREACHABLE();
 }
 
 } // namespace
@@ -215,10 +240,10 @@ bool isCommandLine(const QStringList& arguments) {
 int run(const QStringList& args, QTextStream& out) {
     try {
         const QString first = args.value(0);
-        const auto command = commands().constFind(first);
-        if (command == commands().constEnd())
+        const CommandRow* command = CommandTable::find(first);
+        if (!command)
             fail(QStringLiteral("Unbekannter Befehl %1").arg(first));
-        (*command)(args, out);
+        handler(command->id)(args, out);
         out.flush();
         return 0;
     } catch (const std::exception& error) {

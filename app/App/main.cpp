@@ -1,5 +1,6 @@
 #include "AppDelegate.h"
 #include "CLI.h"
+#include "CommandTable.h"
 #include "Settings/DebugLog.h"
 
 #include <QApplication>
@@ -16,6 +17,20 @@ QStringList rawArguments(int argc, char** argv) {
     return arguments;
 }
 
+bool draws(const QString& command) {
+    const tramix::CommandRow* row = tramix::CommandTable::find(command);
+    return row && row->draws;
+}
+
+int runTrayApp(int argc, char** argv) {
+    QApplication app(argc, argv);
+    tramix::AppDelegate delegate;
+    delegate.start();
+    const int status = app.exec();
+    tramix::DebugLog::flush();
+    return status;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -23,24 +38,16 @@ int main(int argc, char** argv) {
     QCoreApplication::setOrganizationName(QStringLiteral("Tramix"));
     QCoreApplication::setApplicationName(QStringLiteral("Tramix"));
 
-    if (tramix::CLI::isCommandLine(arguments) && arguments[1].startsWith(u"--render-")) {
+    if (!tramix::CLI::isCommandLine(arguments))
+        return runTrayApp(argc, argv);
+    QTextStream out(stdout);
+    if (draws(arguments[1])) {
         // Drawings need fonts and a paint engine, but never a screen.
         qputenv("QT_QPA_PLATFORM", "offscreen");
         QGuiApplication app(argc, argv);
-        QTextStream out(stdout);
         return tramix::CLI::run(arguments.mid(1), out);
     }
-    if (tramix::CLI::isCommandLine(arguments)) {
-        // No windowing system is needed to list or run operations.
-        QCoreApplication app(argc, argv);
-        QTextStream out(stdout);
-        return tramix::CLI::run(arguments.mid(1), out);
-    }
-
-    QApplication app(argc, argv);
-    tramix::AppDelegate delegate;
-    delegate.start();
-    const int status = app.exec();
-    tramix::DebugLog::flush();
-    return status;
+    // No windowing system is needed to list or run operations.
+    QCoreApplication app(argc, argv);
+    return tramix::CLI::run(arguments.mid(1), out);
 }

@@ -1,0 +1,140 @@
+#include "CommandTable.h"
+
+#include "Catalogue/Catalogue.h"
+#include "Catalogue/OperationRegistry.h"
+#include "WheelMode.h"
+
+#include <algorithm>
+
+namespace tramix::CommandTable {
+
+namespace {
+
+std::vector<CommandRow> table() {
+    using enum CommandId;
+    using enum ArgumentWords;
+    constexpr bool optional = true;
+    constexpr bool files = true;
+    constexpr bool draws = true;
+    // clang-format off
+    return {
+        {list, "--list", "<{modes}> <dateien…>",
+            "Zeigt die Operationen, die zu allen Dateien passen: Kennung, Titel, Beschreibung.",
+            modes, !optional, files},
+        {run, "--run", "<operation-id> <dateien…>",
+            "Führt eine Operation aus; die Ergebnisse landen neben den Dateien.",
+            operations, !optional, files},
+        {renderWheel, "--render-wheel", "[{modes}] out.png [dark]",
+            "Zeichnet das Rad für eine Beispieldatei als PNG.",
+            modes, optional, files, draws},
+        {renderIcon, "--render-icon", "out.png",
+            "Zeichnet das App-Symbol mit 1024 px als PNG.",
+            none, !optional, files, draws},
+        {renderEditor, "--render-editor", "<art> out.png dateien… [dark]",
+            "Zeichnet ein Rad für die Dateien als PNG; die Editoren sind noch nicht gebaut.",
+            arts, !optional, files, draws},
+        {renderScene, "--render-scene", "out.png",
+            "Zeichnet die Wiesen-Szene als PNG (noch nicht gebaut).",
+            none, !optional, files, draws},
+        {renderOg, "--render-og", "out.png",
+            "Zeichnet die Social-Card als PNG (noch nicht gebaut).",
+            none, !optional, files, draws},
+        {renderShelf, "--render-shelf", "out.png",
+            "Zeichnet die Ablage als PNG (noch nicht gebaut).",
+            none, !optional, files, draws},
+        {renderMenubarIcon, "--render-menubar-icon", "out.png",
+            "Zeichnet das Symbol für die Leiste als PNG.",
+            none, !optional, files, draws},
+        {renderMenu, "--render-menu", "out.png [dark]",
+            "Zeichnet das Statusmenü mit Beispielzahlen als PNG.",
+            none, !optional, files, draws},
+        {renderDmgBackground, "--render-dmg-background", "out.png",
+            "Zeichnet den DMG-Hintergrund als PNG (noch nicht gebaut).",
+            none, !optional, files, draws},
+        {renderWelcome, "--render-welcome", "out.png [dark]",
+            "Zeichnet das Willkommensfenster als PNG (noch nicht gebaut).",
+            none, !optional, files, draws},
+        {renderSettings, "--render-settings", "out.png [dark]",
+            "Zeichnet die Einstellungen als PNG (noch nicht gebaut).",
+            none, !optional, files, draws},
+        {help, "--help", "", "Zeigt diese Hilfe."},
+        {version, "--version", "", "Zeigt die Version."},
+    };
+    // clang-format on
+}
+
+} // namespace
+
+const std::vector<CommandRow>& rows() {
+    static const std::vector<CommandRow> all = table();
+    return all;
+}
+
+const CommandRow* find(QStringView name) {
+    const auto& all = rows();
+    const auto found = std::find_if(all.begin(), all.end(), [&](const CommandRow& row) {
+        return name == QLatin1StringView(row.name);
+    });
+    return found == all.end() ? nullptr : &*found;
+}
+
+const CommandRow& row(CommandId id) {
+    const auto& all = rows();
+    return *std::find_if(all.begin(), all.end(), [&](const CommandRow& r) { return r.id == id; });
+}
+
+QString usage(const CommandRow& row) {
+    QString arguments = QString::fromUtf8(row.arguments);
+    arguments.replace(QStringLiteral("{modes}"), modeWords().join(u'|'));
+    const QString name = QString::fromLatin1(row.name);
+    return arguments.isEmpty() ? name : name + u' ' + arguments;
+}
+
+QString usage(CommandId id) {
+    return usage(row(id));
+}
+
+QStringList modeWords() {
+    QStringList words;
+    for (WheelMode mode : WheelMode::allCases())
+        words.append(mode.rawValue());
+    return words;
+}
+
+QStringList editorArts() {
+    QStringList arts = {QStringLiteral("crop"), QStringLiteral("backdrop"),
+                        QStringLiteral("pdf-split"), QStringLiteral("pdf-merge")};
+    for (const QString& mode : modeWords())
+        arts.append(mode + QStringLiteral("-wheel"));
+    return arts;
+}
+
+QStringList runnableOperationIds() {
+    QStringList ids;
+    for (const CatalogueRow& row : Catalogue::rows()) {
+        const QString id = QString::fromLatin1(row.id);
+        if (!ids.contains(id) && !OperationRegistry::needsDesktop(id))
+            ids.append(id);
+    }
+    return ids;
+}
+
+QStringList words(ArgumentWords kind) {
+    switch (kind) {
+    case ArgumentWords::none:
+        return {};
+    case ArgumentWords::modes:
+        return modeWords();
+    case ArgumentWords::operations:
+        return runnableOperationIds();
+    case ArgumentWords::arts:
+        return editorArts();
+    }
+    Q_UNREACHABLE();
+}
+
+bool firstTakesFiles(const CommandRow& row) {
+    return row.wordsOptional || (row.words == ArgumentWords::none && row.files);
+}
+
+} // namespace tramix::CommandTable
