@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 #include "CLI.h"
 #include "CommandTable.h"
+#include "Platform/ScreenCheck.h"
 #include "Settings/DebugLog.h"
 
 #include <QApplication>
@@ -23,6 +24,11 @@ bool draws(const QString& command) {
 }
 
 int runTrayApp(int argc, char** argv) {
+    // Qt would abort with a core dump; a sentence and a status are more use to anyone.
+    if (const std::optional<QString> problem = tramix::ScreenCheck::problem()) {
+        std::fprintf(stderr, "Fehler: %s\n", problem->toLocal8Bit().constData());
+        return 1;
+    }
     QApplication app(argc, argv);
     tramix::AppDelegate delegate;
     delegate.start();
