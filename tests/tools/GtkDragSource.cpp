@@ -2,7 +2,9 @@
 // and move and deletes the files when the target asks it to ("drag-data-delete") or when the
 // drag ends with "move", as a file manager would, so a test can see that the wheel never does.
 //   GtkDragSource [--text] files…
-// Prints "ready X Y" (the window's centre on screen) and, after each drag, "result ACTION".
+// Prints the same lines as QtDragSource: "ready X Y" once the window is mapped, "pressed",
+// "dragging", "action copy|move|none" whenever the target's answer changes, and after each drag
+// "result ACTION".
 #include <cstdio>
 #include <cstring>
 #include <gtk/gtk.h>
@@ -13,6 +15,15 @@ namespace {
 
 std::vector<std::string> files;
 bool textOnly = false;
+
+void say(const char* line) {
+    std::printf("%s\n", line);
+    std::fflush(stdout);
+}
+
+const char* actionName(GdkDragAction action) {
+    return action == GDK_ACTION_MOVE ? "move" : action == GDK_ACTION_COPY ? "copy" : "none";
+}
 
 void removeFiles() {
     for (const std::string& file : files)
@@ -39,14 +50,26 @@ void dataDelete(GtkWidget*, GdkDragContext*, gpointer) {
     removeFiles();
 }
 
+gboolean pressed(GtkWidget*, GdkEvent*, gpointer) {
+    say("pressed");
+    return FALSE; // the drag source needs the press, too
+}
+
+void actionChanged(GdkDragContext*, GdkDragAction action, gpointer) {
+    std::printf("action %s\n", actionName(action));
+    std::fflush(stdout);
+}
+
+void dragBegin(GtkWidget*, GdkDragContext* context, gpointer) {
+    g_signal_connect(context, "action-changed", G_CALLBACK(actionChanged), nullptr);
+    say("dragging");
+}
+
 void dragEnd(GtkWidget*, GdkDragContext* context, gpointer) {
     const GdkDragAction action = gdk_drag_context_get_selected_action(context);
-    const char* name = action == GDK_ACTION_MOVE   ? "move"
-                       : action == GDK_ACTION_COPY ? "copy"
-                                                   : "none";
     if (action == GDK_ACTION_MOVE)
         removeFiles();
-    std::printf("result %s\n", name);
+    std::printf("result %s\n", actionName(action));
     std::fflush(stdout);
 }
 
@@ -85,6 +108,8 @@ int main(int argc, char** argv) {
     GtkTargetEntry textTarget{const_cast<gchar*>("text/plain"), 0, 1};
     gtk_drag_source_set(area, GDK_BUTTON1_MASK, textOnly ? &textTarget : &uriTarget, 1,
                         GdkDragAction(GDK_ACTION_COPY | GDK_ACTION_MOVE));
+    g_signal_connect(area, "button-press-event", G_CALLBACK(pressed), nullptr);
+    g_signal_connect(area, "drag-begin", G_CALLBACK(dragBegin), nullptr);
     g_signal_connect(area, "drag-data-get", G_CALLBACK(dataGet), nullptr);
     g_signal_connect(area, "drag-data-delete", G_CALLBACK(dataDelete), nullptr);
     g_signal_connect(area, "drag-end", G_CALLBACK(dragEnd), nullptr);

@@ -2,7 +2,10 @@
 // would. It offers copy and move; if the drop answers "move" it deletes the files, as a file
 // manager's move would, so a test can see that the wheel never asks for it.
 //   QtDragSource [--text] files…
-// Prints "ready X Y" (the window's centre on screen) and, after each drag, "result ACTION".
+// Prints, one line each, so a test can wait for every step instead of guessing how long it takes:
+// "ready X Y" (the window's centre on screen) once the window is drawn, "pressed" when the
+// button goes down on it, "dragging" when a drag starts, "action copy|move|ignore" whenever the
+// target under the pointer changes its answer, and "result ACTION" after each drag.
 #include <QApplication>
 #include <QDrag>
 #include <QFile>
@@ -13,6 +16,22 @@
 #include <cstdio>
 
 namespace {
+
+void say(const QByteArray& line) {
+    std::printf("%s\n", line.constData());
+    std::fflush(stdout);
+}
+
+const char* actionName(Qt::DropAction action) {
+    switch (action) {
+    case Qt::MoveAction:
+        return "move";
+    case Qt::CopyAction:
+        return "copy";
+    default:
+        return "ignore";
+    }
+}
 
 class Source : public QWidget {
 public:
@@ -25,42 +44,53 @@ public:
     }
 
 protected:
-    void mousePressEvent(QMouseEvent* event) override { start_ = event->position().toPoint(); }
+    void mousePressEvent(QMouseEvent* event) override {
+        start_ = event->position().toPoint();
+        say("pressed");
+    }
     void mouseMoveEvent(QMouseEvent* event) override {
         if (!(event->buttons() & Qt::LeftButton) ||
             (event->position().toPoint() - start_).manhattanLength() < 4)
             return;
-        auto* data = new QMimeData;
-        if (text_) {
-            data->setText(QStringLiteral("just some text"));
-        } else {
-            QList<QUrl> urls;
-            for (const QString& file : files_)
-                urls.append(QUrl::fromLocalFile(file));
-            data->setUrls(urls);
-        }
         auto* drag = new QDrag(this);
-        drag->setMimeData(data);
+        drag->setMimeData(mimeData());
+        QObject::connect(drag, &QDrag::actionChanged, [](Qt::DropAction action) {
+            say(QByteArray("action ") + actionName(action));
+        });
+        say("dragging");
         const Qt::DropAction action = drag->exec(Qt::CopyAction | Qt::MoveAction, Qt::CopyAction);
-        const char* name = action == Qt::MoveAction   ? "move"
-                           : action == Qt::CopyAction ? "copy"
-                                                      : "ignore";
         if (action == Qt::MoveAction) {
             for (const QString& file : files_)
                 QFile::remove(file);
         }
-        std::printf("result %s\n", name);
-        std::fflush(stdout);
+        say(QByteArray("result ") + actionName(action));
     }
-    void showEvent(QShowEvent*) override {
+    // The first paint means the window is on screen and takes input.
+    void paintEvent(QPaintEvent*) override {
+        if (announced_)
+            return;
+        announced_ = true;
         const QPoint c = mapToGlobal(rect().center());
-        std::printf("ready %d %d\n", c.x(), c.y());
-        std::fflush(stdout);
+        say("ready " + QByteArray::number(c.x()) + ' ' + QByteArray::number(c.y()));
     }
 
 private:
+    QMimeData* mimeData() const {
+        auto* data = new QMimeData;
+        if (text_) {
+            data->setText(QStringLiteral("just some text"));
+            return data;
+        }
+        QList<QUrl> urls;
+        for (const QString& file : files_)
+            urls.append(QUrl::fromLocalFile(file));
+        data->setUrls(urls);
+        return data;
+    }
+
     QStringList files_;
     bool text_;
+    bool announced_ = false;
     QPoint start_;
 };
 

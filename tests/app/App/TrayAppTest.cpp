@@ -1,6 +1,7 @@
 // The tray app under a real X server: its icon docks in a tray, opens the menu panel, and
 // "Beenden" ends it.
 #include "TestFiles.h"
+#include "app/Drag/DragHarness.h"
 #include "app/Settings/ScratchLog.h"
 
 #include <QElapsedTimer>
@@ -8,7 +9,11 @@
 #include <QRect>
 #include <QRegularExpression>
 #include <QThread>
+#include <functional>
 #include <gtest/gtest.h>
+
+using tramix::test::eventDeadlineMs;
+using tramix::test::startDeadlineMs;
 
 namespace {
 
@@ -29,7 +34,8 @@ public:
     QProcess* operator->() { return &process_; }
 
     // The next line of standard output that matches, or an empty match after the timeout.
-    QRegularExpressionMatch waitForLine(const QRegularExpression& pattern, int timeoutMs = 10000) {
+    QRegularExpressionMatch waitForLine(const QRegularExpression& pattern,
+                                        int timeoutMs = startDeadlineMs) {
         QElapsedTimer timer;
         timer.start();
         while (timer.elapsed() < timeoutMs) {
@@ -52,6 +58,7 @@ bool xdotool(const QStringList& args) {
 }
 
 const QRegularExpression docked(QStringLiteral("^docked (\\d+) (\\d+)$"));
+constexpr int pollMs = 100;
 
 // The geometry of the app's visible menu panel, or an empty rect when none is open.
 QRect visibleMenu() {
@@ -70,16 +77,35 @@ QRect visibleMenu() {
     return QRect(value("X"), value("Y"), value("WIDTH"), value("HEIGHT"));
 }
 
-// Waits until the panel is open (or closed), and returns where it is.
-QRect waitForMenu(bool open) {
+// Polls `done` until it holds or the deadline passes; returns whether it held.
+bool waitUntil(const std::function<bool()>& done) {
     QElapsedTimer timer;
     timer.start();
+    while (!done()) {
+        if (timer.elapsed() > eventDeadlineMs)
+            return false;
+        QThread::msleep(pollMs);
+    }
+    return true;
+}
+
+// Waits until the panel is open (or closed), and returns where it is.
+QRect waitForMenu(bool open) {
     QRect menu;
-    do {
-        QThread::msleep(100);
+    waitUntil([&] {
         menu = visibleMenu();
-    } while (menu.isEmpty() == open && timer.elapsed() < 5000);
+        return menu.isEmpty() != open;
+    });
     return menu;
+}
+
+// How many windows of the app are on screen (the docked icon is one).
+int visibleAppWindows() {
+    QProcess search;
+    search.start(QStringLiteral("xdotool"), {"search", "--onlyvisible", "--classname", "tramix"});
+    search.waitForFinished(5000);
+    return int(
+        QString::fromUtf8(search.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts).size());
 }
 
 } // namespace
@@ -121,14 +147,18 @@ TEST(TrayApp, StartsWithoutCommandOpensItsMenuFromTheIconAndQuitsFromItsContextM
     ASSERT_FALSE(waitForMenu(true).isEmpty()) << "the menu did not open a second time";
     ASSERT_TRUE(xdotool({"key", "Escape"}));
     EXPECT_TRUE(waitForMenu(false).isEmpty()) << "Escape left the menu open";
-    // The X server ends the closed popup's pointer grab a moment later; a click that comes
-    // faster than any hand would still belong to it.
-    QThread::msleep(500);
+    // The closed panel lets go of the pointer a moment later; a click that comes faster than
+    // any hand would still belong to it.
+    tramix::test::SyntheticInput input;
+    ASSERT_TRUE(input.available());
+    ASSERT_TRUE(waitUntil([&] { return !input.pointerGrabbed(); })) << "the panel kept the grab";
 
+    const int windows = visibleAppWindows();
     ASSERT_TRUE(xdotool({"mousemove", icon.captured(1), icon.captured(2), "click", "3"}));
-    QThread::msleep(500);
+    ASSERT_TRUE(waitUntil([&] { return visibleAppWindows() > windows; }))
+        << "a right click on the icon opened no context menu";
     ASSERT_TRUE(xdotool({"key", "Down", "Return"}));
-    ASSERT_TRUE(app->waitForFinished(10000)) << "Beenden did not end the app";
+    ASSERT_TRUE(app->waitForFinished(eventDeadlineMs)) << "Beenden did not end the app";
     EXPECT_EQ(app->exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(app->exitCode(), 0) << app->readAllStandardError().toStdString();
     EXPECT_EQ(app->readAllStandardOutput(), QByteArray());

@@ -48,7 +48,7 @@ protected:
 
     // Waits until the app's log holds a message starting with `prefix` after the last one
     // found; returns it.
-    QString waitForLog(const QString& prefix, int timeoutMs = 15000) {
+    QString waitForLog(const QString& prefix, int timeoutMs = eventDeadlineMs) {
         QElapsedTimer clock;
         clock.start();
         do {
@@ -88,14 +88,16 @@ protected:
                 .toPoint();
 
         Source source = startSource(SourceKit::qt, files);
-        beginDrag(input, source, open);
+        ASSERT_TRUE(beginDrag(input, source, open, [this] {
+            return !waitForLog(QStringLiteral("Maustaste gedrückt")).isEmpty();
+        }));
         waitForLog(QStringLiteral("Datei-Drag erkannt"));
         input.keys({"Shift_L"}, true);
         QThread::msleep(40);
         input.keys({"Shift_L"}, false);
         waitForLog(QStringLiteral("Rad convert mit"));
         input.glide(open, target, 5);
-        QThread::msleep(150);
+        ASSERT_TRUE(waitUntilAccepted(source));
         input.button(false);
         // The source must live until it has handed over the drop.
         waitForLog(QStringLiteral("Drop auf convert.image.png"));
@@ -114,7 +116,7 @@ protected:
 TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses) {
     const QString photo = saveImage(photoLike(320, 240), folder.path("Urlaub.jpg"), "[Q=90]");
     ChildProcess app(TRAMIX_BINARY, {});
-    waitForLog(QStringLiteral("Tramix gestartet"));
+    waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
 
     dropOnPNG({photo});
     EXPECT_EQ(waitForLog(QStringLiteral("Toast: Fertig in")).section(" · ", 1),

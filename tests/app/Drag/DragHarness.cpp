@@ -2,6 +2,9 @@
 
 #include <QElapsedTimer>
 #include <QThread>
+#include <gtest/gtest.h>
+
+// Last: Xlib's macros would break the names above.
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 
@@ -110,9 +113,18 @@ QPoint SyntheticInput::pointer() {
     return {x, y};
 }
 
+bool SyntheticInput::pointerGrabbed() {
+    const int status = XGrabPointer(display_, DefaultRootWindow(display_), False, 0, GrabModeAsync,
+                                    GrabModeAsync, None, None, CurrentTime);
+    if (status == GrabSuccess)
+        XUngrabPointer(display_, CurrentTime);
+    XSync(display_, False);
+    return status == AlreadyGrabbed;
+}
+
 std::unique_ptr<ChildProcess> startWheelHost(const QStringList& args) {
     auto host = std::make_unique<ChildProcess>(QStringLiteral(WHEEL_HOST_BINARY), args);
-    if (!host->waitFor(QRegularExpression("^ready$"), 10000))
+    if (!host->waitFor(QRegularExpression("^ready$"), startDeadlineMs))
         return nullptr;
     return host;
 }
@@ -126,20 +138,39 @@ Source startSource(SourceKit kit, const QStringList& files, bool text) {
                                                  : QStringLiteral(GTK_DRAG_SOURCE_BINARY);
     Source source{std::make_unique<ChildProcess>(program, args), {}};
     if (const auto ready =
-            source.process->waitFor(QRegularExpression("^ready (\\d+) (\\d+)$"), 10000))
+            source.process->waitFor(QRegularExpression("^ready (\\d+) (\\d+)$"), startDeadlineMs))
         source.center = {ready->captured(1).toInt(), ready->captured(2).toInt()};
-    // Give the window a moment to be mapped and take input.
-    QThread::msleep(200);
+    else
+        ADD_FAILURE() << "the drag source never showed its window";
     return source;
 }
 
-void beginDrag(SyntheticInput& input, const Source& source, QPoint to) {
+bool beginDrag(SyntheticInput& input, const Source& source, QPoint to,
+               const std::function<bool()>& pressNoticed) {
     input.moveTo(source.center);
-    QThread::msleep(50);
     input.button(true);
-    QThread::msleep(50);
+    if (!source.process->waitFor(QRegularExpression("^pressed$"))) {
+        ADD_FAILURE() << "the drag source never saw the press";
+        return false;
+    }
+    if (!pressNoticed()) {
+        ADD_FAILURE() << "the drag monitor never saw the press";
+        return false;
+    }
     input.glide(source.center, to, 12, 20);
-    QThread::msleep(100);
+    if (!source.process->waitFor(QRegularExpression("^dragging$"))) {
+        ADD_FAILURE() << "the drag source never started its drag";
+        return false;
+    }
+    return true;
+}
+
+bool waitUntilAccepted(const Source& source) {
+    if (source.process->waitFor(QRegularExpression("^action (copy|move)$")))
+        return true;
+    ADD_FAILURE() << "the drop target never accepted the drag:\n"
+                  << source.process->allLines().join('\n').toStdString();
+    return false;
 }
 
 } // namespace tramix::test

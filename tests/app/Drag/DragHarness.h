@@ -8,12 +8,19 @@
 #include <QRegularExpression>
 #include <QStringList>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 
 struct _XDisplay;
 
 namespace tramix::test {
+
+// How long a test waits for something that must happen. Generous, because the first start of a
+// program on a fresh machine (sanitizers, cold disk and font caches) can take seconds; waiting on
+// the event itself costs nothing when it comes sooner.
+constexpr int startDeadlineMs = 60000;
+constexpr int eventDeadlineMs = 20000;
 
 // A child process read line by line; killed when the object goes.
 class ChildProcess {
@@ -23,7 +30,7 @@ public:
 
     // The first unread line matching `pattern` within the timeout; lines before it are consumed.
     std::optional<QRegularExpressionMatch> waitFor(const QRegularExpression& pattern,
-                                                   int timeoutMs = 5000);
+                                                   int timeoutMs = eventDeadlineMs);
     // Every line that arrives within `ms`, plus the ones not yet read.
     QStringList linesFor(int ms);
     // Every line that arrived so far, read or not.
@@ -52,6 +59,9 @@ public:
     // takes them as one change.
     void keys(const QStringList& names, bool down);
     QPoint pointer();
+    // Whether some client holds the pointer grabbed (an open popup menu does). Asks by trying to
+    // grab it for an instant, so never call it while a client may be about to grab.
+    bool pointerGrabbed();
 
 private:
     ::_XDisplay* display_ = nullptr;
@@ -73,10 +83,18 @@ struct Source {
 };
 
 std::unique_ptr<ChildProcess> startWheelHost(const QStringList& args = {});
-// Starts a drag source for `files` (or a text drag with `text`) and waits for its window.
+// Starts a drag source for `files` (or a text drag with `text`) and waits until its window is
+// on screen.
 Source startSource(SourceKit kit, const QStringList& files, bool text = false);
 
-// Presses on the source and drags to `to`; returns once the drag has started moving.
-void beginDrag(SyntheticInput& input, const Source& source, QPoint to);
+// Presses on the source and drags to `to`; true once the source has started its drag (a failure
+// says which step never came). The pointer moves on only when the source has the press and
+// `pressNoticed` says the drag monitor has it, too: as with a hand, the monitor sees the press
+// before the drag offers its data.
+[[nodiscard]] bool beginDrag(SyntheticInput& input, const Source& source, QPoint to,
+                             const std::function<bool()>& pressNoticed);
+// Waits until the drop target under the pointer accepts the drag, as the source hears it; a GTK
+// source drops only where the last answer it got was yes.
+[[nodiscard]] bool waitUntilAccepted(const Source& source);
 
 } // namespace tramix::test

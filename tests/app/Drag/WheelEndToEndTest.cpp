@@ -18,11 +18,16 @@ using namespace tramix::test;
 
 namespace {
 
+// How long a check that something does not happen watches for it.
+constexpr int settleMs = 300;
+
+const QRegularExpression pressedLine("^log Maustaste gedrückt");
 const QRegularExpression recognised("^log Datei-Drag erkannt");
 const QRegularExpression shownLine("^shown-us (\\d+) (-?\\d+) (-?\\d+) (\\d+) (\\d+) (\\d+)$");
 const QRegularExpression hiddenLine("^state visible=0");
 const QRegularExpression dropLine("^drop (\\S+) (.*)$");
 const QRegularExpression resultLine("^result (\\w+)$");
+const QRegularExpression endedLine("^log Drag beendet");
 
 struct Shown {
     long long micros = 0;
@@ -30,8 +35,8 @@ struct Shown {
     int operations = 0;
 };
 
-std::optional<Shown> waitShown(ChildProcess& host, int timeoutMs = 3000) {
-    const auto match = host.waitFor(shownLine, timeoutMs);
+std::optional<Shown> waitShown(ChildProcess& host) {
+    const auto match = host.waitFor(shownLine);
     if (!match)
         return std::nullopt;
     return Shown{match->captured(1).toLongLong(),
@@ -45,6 +50,18 @@ QPoint segmentPoint(QPoint center, int index, int slots, double radius = 94) {
     const double angle = index * 2 * std::numbers::pi / slots;
     return center + QPoint(int(std::lround(radius * std::sin(angle))),
                            int(-std::lround(radius * std::cos(angle))));
+}
+
+// Drags from `source` to `to`, moving on once the host has seen the press.
+bool dragTo(SyntheticInput& input, ChildProcess& host, const Source& source, QPoint to) {
+    return beginDrag(input, source, to, [&] { return host.waitFor(pressedLine).has_value(); });
+}
+
+// What the host and the source said, for a failure message.
+std::string transcript(const ChildProcess& host, const Source& source) {
+    return ("host:\n" + host.allLines().join('\n') + "\nsource:\n" +
+            source.process->allLines().join('\n'))
+        .toStdString();
 }
 
 bool anyMatch(const QStringList& lines, const QRegularExpression& pattern) {
@@ -79,12 +96,16 @@ protected:
     }
     // Lets go of the drag and checks the source was not told to move anything.
     void dropAndExpectRefused(ChildProcess& host, Source& source) {
+        const qsizetype from = host.allLines().size();
         input.button(false);
-        EXPECT_FALSE(anyMatch(host.linesFor(600), dropLine));
-        const auto result = source.process->waitFor(resultLine, 1000);
-        if (result) {
-            EXPECT_NE(result->captured(1), "move");
-        }
+        // The source ends its drag only after the target has answered a drop, and the host
+        // reports it right after it answered.
+        const auto result = source.process->waitFor(resultLine);
+        ASSERT_TRUE(result) << "the drag never ended";
+        EXPECT_NE(result->captured(1), "move");
+        EXPECT_TRUE(host.waitFor(endedLine));
+        host.linesFor(settleMs);
+        EXPECT_FALSE(anyMatch(host.allLines().mid(from), dropLine));
         expectFilesKept();
     }
 
@@ -100,8 +121,8 @@ TEST_P(WheelEndToEnd, ShiftOpensTheConvertWheelOnThePointerAndASecondTapClosesIt
     auto host = startWheelHost();
     ASSERT_TRUE(host);
     Source source = startSource(GetParam(), files);
-    beginDrag(input, source, open);
-    ASSERT_TRUE(host->waitFor(recognised, 3000));
+    ASSERT_TRUE(dragTo(input, *host, source, open));
+    ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
 
     tap({"Shift_L"});
     const auto shown = waitShown(*host);
@@ -110,12 +131,12 @@ TEST_P(WheelEndToEnd, ShiftOpensTheConvertWheelOnThePointerAndASecondTapClosesIt
     EXPECT_EQ(shown->operations, OperationRegistry::convertOperations(files).size());
 
     tap({"Shift_L"});
-    EXPECT_TRUE(host->waitFor(hiddenLine, 1000)) << host->allLines().join('\n').toStdString();
+    EXPECT_TRUE(host->waitFor(hiddenLine)) << host->allLines().join('\n').toStdString();
     dropAndExpectRefused(*host, source);
 
     // Near the screen's corner the panel is clamped to it and no longer centred.
-    beginDrag(input, source, {20, 30});
-    ASSERT_TRUE(host->waitFor(recognised, 3000));
+    ASSERT_TRUE(dragTo(input, *host, source, {20, 30}));
+    ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
     tap({"Shift_L"});
     const auto clamped = waitShown(*host);
     ASSERT_TRUE(clamped);
@@ -128,15 +149,15 @@ TEST_P(WheelEndToEnd, HoverHighlightsAndRestingInTheCentreTurnsTwoPagesInOneAndA
     auto host = startWheelHost({"--operations", "20"});
     ASSERT_TRUE(host);
     Source source = startSource(GetParam(), files);
-    beginDrag(input, source, open);
-    ASSERT_TRUE(host->waitFor(recognised, 3000));
+    ASSERT_TRUE(dragTo(input, *host, source, open));
+    ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
     tap({"Shift_L"});
     ASSERT_TRUE(waitShown(*host));
 
     input.glide(open, segmentPoint(open, 1, 8), 5);
-    EXPECT_TRUE(host->waitFor(QRegularExpression("^state visible=1 .* page=0 hovered=1$"), 1000));
+    EXPECT_TRUE(host->waitFor(QRegularExpression("^state visible=1 .* page=0 hovered=1$")));
     input.glide(segmentPoint(open, 1, 8), open, 5);
-    ASSERT_TRUE(host->waitFor(QRegularExpression("hovered=none$"), 1000));
+    ASSERT_TRUE(host->waitFor(QRegularExpression("hovered=none$")));
     const QStringList rest = host->linesFor(1500);
     QStringList pages;
     for (const QString& line : rest) {
@@ -154,23 +175,24 @@ TEST_P(WheelEndToEnd, ADropOnASegmentDeliversTheOperationAndTheFilesWhichStayInP
     auto host = startWheelHost();
     ASSERT_TRUE(host);
     Source source = startSource(GetParam(), files);
-    beginDrag(input, source, open);
-    ASSERT_TRUE(host->waitFor(recognised, 3000));
+    ASSERT_TRUE(dragTo(input, *host, source, open));
+    ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
     // Shift stays down through the drop: GTK then offers nothing but "move".
     input.keys({"Shift_L"}, true);
     ASSERT_TRUE(waitShown(*host));
     input.glide(open, segmentPoint(open, 2, 8), 5);
-    ASSERT_TRUE(host->waitFor(QRegularExpression("hovered=2$"), 1000));
+    ASSERT_TRUE(host->waitFor(QRegularExpression("hovered=2$")));
+    ASSERT_TRUE(waitUntilAccepted(source));
     input.button(false);
-    const auto drop = host->waitFor(dropLine, 2000);
+    const auto drop = host->waitFor(dropLine);
     input.keys({"Shift_L"}, false);
     ASSERT_TRUE(drop);
     EXPECT_EQ(drop->captured(1), OperationRegistry::convertOperations(files)[2].id);
     EXPECT_EQ(drop->captured(2), files.join('|'));
-    const auto result = source.process->waitFor(resultLine, 2000);
+    const auto result = source.process->waitFor(resultLine);
     ASSERT_TRUE(result);
     EXPECT_EQ(result->captured(1), "copy");
-    EXPECT_TRUE(host->waitFor(hiddenLine, 1000)) << "the wheel closes after a drop";
+    EXPECT_TRUE(host->waitFor(hiddenLine)) << "the wheel closes after a drop";
     expectFilesKept();
 }
 
@@ -179,8 +201,8 @@ TEST_P(WheelEndToEnd, DropsOnAnEmptySlotOrOutsideTheRingAreRefused) {
     ASSERT_TRUE(host);
     Source source = startSource(GetParam(), files);
     for (const QPoint target : {segmentPoint(open, 2, 4), open + QPoint(140, 140)}) {
-        beginDrag(input, source, open);
-        ASSERT_TRUE(host->waitFor(recognised, 3000));
+        ASSERT_TRUE(dragTo(input, *host, source, open));
+        ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
         tap({"Shift_L"});
         ASSERT_TRUE(waitShown(*host));
         input.glide(open, target, 5);
@@ -195,17 +217,18 @@ TEST_P(WheelEndToEnd, TextDragsCapsLockAndTwoKeysAtOnceOpenNothing) {
     ASSERT_TRUE(host);
     {
         Source text = startSource(GetParam(), {}, true);
-        beginDrag(input, text, open);
+        ASSERT_TRUE(dragTo(input, *host, text, open));
         tap({"Shift_L"});
         const QStringList lines = host->linesFor(600);
         EXPECT_FALSE(anyMatch(lines, recognised));
         EXPECT_FALSE(anyMatch(lines, shownLine));
         input.button(false);
-        EXPECT_FALSE(anyMatch(host->linesFor(300), QRegularExpression("Drag beendet")));
+        ASSERT_TRUE(text.process->waitFor(resultLine));
+        EXPECT_FALSE(anyMatch(host->linesFor(settleMs), endedLine));
     }
     Source source = startSource(GetParam(), files);
-    beginDrag(input, source, open);
-    ASSERT_TRUE(host->waitFor(recognised, 3000));
+    ASSERT_TRUE(dragTo(input, *host, source, open));
+    ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
     tap({"Caps_Lock"});
     EXPECT_FALSE(anyMatch(host->linesFor(400), shownLine)) << "caps lock is no wheel key";
     tap({"Caps_Lock"});
@@ -238,10 +261,10 @@ TEST(WheelEndToEndDesktop, ADragWithoutDragDataOpensNothing) {
     QThread::msleep(40);
     input.keys({"Shift_L"}, false);
     input.button(false);
-    const QStringList lines = host->linesFor(500);
-    EXPECT_TRUE(anyMatch(lines, QRegularExpression("^log Maustaste gedrückt")));
-    EXPECT_FALSE(anyMatch(lines, shownLine));
-    EXPECT_FALSE(anyMatch(lines, QRegularExpression("Drag beendet")));
+    EXPECT_TRUE(host->waitFor(pressedLine));
+    host->linesFor(500);
+    EXPECT_FALSE(anyMatch(host->allLines(), shownLine));
+    EXPECT_FALSE(anyMatch(host->allLines(), endedLine));
 }
 
 TEST(WheelEndToEndDesktop, KeyPressToVisibleWheelOverTwentyOpenings) {
@@ -254,8 +277,8 @@ TEST(WheelEndToEndDesktop, KeyPressToVisibleWheelOverTwentyOpenings) {
     ASSERT_TRUE(host);
     Source source = startSource(SourceKit::qt, files);
     const QPoint open(900, 500);
-    beginDrag(input, source, open);
-    ASSERT_TRUE(host->waitFor(recognised, 3000));
+    ASSERT_TRUE(dragTo(input, *host, source, open));
+    ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
     std::vector<double> millis;
     for (int i = 0; i < 20; ++i) {
         const long long pressed = monotonicMicros();
@@ -268,7 +291,7 @@ TEST(WheelEndToEndDesktop, KeyPressToVisibleWheelOverTwentyOpenings) {
         input.keys({"Shift_L"}, true);
         QThread::msleep(30);
         input.keys({"Shift_L"}, false);
-        ASSERT_TRUE(host->waitFor(hiddenLine, 1000)) << host->allLines().join('\n').toStdString();
+        ASSERT_TRUE(host->waitFor(hiddenLine)) << host->allLines().join('\n').toStdString();
         host->linesFor(250); // the panel leaves the screen
     }
     input.glide(open, {1500, 900}, 4);
@@ -300,17 +323,17 @@ TEST(WheelEndToEndDesktop, InHoldActivationTheWheelFollowsTheKey) {
 
     // A key already held when the drag is recognised opens the wheel at once.
     input.keys({"Control_L"}, true);
-    beginDrag(input, source, open);
+    ASSERT_TRUE(dragTo(input, *host, source, open));
     const auto shown = waitShown(*host);
-    ASSERT_TRUE(shown);
+    ASSERT_TRUE(shown) << transcript(*host, source);
     EXPECT_TRUE(anyMatch(host->allLines(), QRegularExpression("^state visible=1 mode=actions")));
     input.keys({"Control_L"}, false);
-    EXPECT_TRUE(host->waitFor(hiddenLine, 1000)) << "letting go closes it";
+    EXPECT_TRUE(host->waitFor(hiddenLine)) << "letting go closes it";
 
     input.keys({"Shift_L"}, true);
     EXPECT_TRUE(waitShown(*host));
     input.keys({"Shift_L"}, false);
-    EXPECT_TRUE(host->waitFor(hiddenLine, 1000));
+    EXPECT_TRUE(host->waitFor(hiddenLine));
     input.glide(open, {1500, 900}, 4);
     input.button(false);
 }
