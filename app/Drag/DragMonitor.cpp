@@ -29,9 +29,8 @@ bool DragMonitor::start() {
     }
     started_ = true;
     baseline_ = input_->dragChangeCount();
-    input_->onEvent = [this](DesktopInput::Event event, std::uint32_t flags) {
-        handleEvent(event, flags);
-    };
+    input_->onEvent = [this](DesktopInput::Event event, std::uint32_t flags,
+                             std::uint64_t changeCount) { handleEvent(event, flags, changeCount); };
     idleTimer_.start();
     return true;
 }
@@ -46,12 +45,14 @@ void DragMonitor::stop() {
     started_ = false;
 }
 
-void DragMonitor::handleEvent(DesktopInput::Event event, std::uint32_t flags) {
+void DragMonitor::handleEvent(DesktopInput::Event event, std::uint32_t flags,
+                              std::uint64_t changeCount) {
     switch (event) {
     case DesktopInput::Event::leftButtonDown:
-        // A new click invalidates whatever an earlier drag left behind.
+        // A new click invalidates whatever an earlier drag left behind; the count is the one at
+        // the press, since the drag it starts may have been read in the same breath.
         if (!inSession_)
-            baseline_ = input_->dragChangeCount();
+            baseline_ = changeCount;
         beginSession();
         break;
     case DesktopInput::Event::leftButtonUp:

@@ -45,7 +45,7 @@ public:
     static constexpr std::uint32_t modifierMask = 0x1E0000;
 
 private:
-    void handleEvent(DesktopInput::Event event, std::uint32_t flags);
+    void handleEvent(DesktopInput::Event event, std::uint32_t flags, std::uint64_t changeCount);
     void idleTick();
     void beginSession();
     void sessionTick();

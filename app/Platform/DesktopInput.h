@@ -32,8 +32,9 @@ public:
     virtual PointerState pointer() = 0;
     // Rises each time a drag source takes hold of the drag data, like a pasteboard change count.
     virtual std::uint64_t dragChangeCount() = 0;
-    // The local files of the current drag. None while the answer is still on its way; an empty
-    // list when the drag carries no files. Asking again is cheap: the answer is kept per drag.
+    // The local files of the current drag. None while no answer has come (a source may refuse
+    // until its drag has really begun; it is asked again a little later); an empty list when the
+    // drag carries no local files. Asking again is cheap: the answer is kept per drag.
     virtual std::optional<QStringList> dragFilePaths() = 0;
     // Key events are only wanted while a drag may be running; at rest they would wake us for
     // every keystroke typed anywhere.
@@ -41,8 +42,10 @@ public:
 
     // Called on the main thread, never from inside another call of this interface. With
     // `keyChanged` comes the modifier state right after that key event (keys pressed at the same
-    // moment arrive as one change), so a short tap is seen even when it is handled late.
-    std::function<void(Event, std::uint32_t modifierFlags)> onEvent;
+    // moment arrive as one change), so a short tap is seen even when it is handled late. With
+    // every event comes the drag change count as it stood when the event happened, so a press
+    // read together with the drag that followed it still counts as before that drag.
+    std::function<void(Event, std::uint32_t modifierFlags, std::uint64_t dragChangeCount)> onEvent;
 };
 
 namespace Desktop {

@@ -12,6 +12,7 @@
 #include <array>
 #include <chrono>
 #include <deque>
+#include <iterator>
 #include <utility>
 
 namespace tramix {
@@ -67,9 +68,19 @@ struct X11DesktopInput::Connection {
     std::uint64_t requestedFor = 0; // change count the pending conversion belongs to (0: none)
     std::uint64_t answerFor = 0;    // change count the kept answer belongs to
     QStringList answer;
+    // A Qt source hands over its data only for a request stamped with the time it last sent a
+    // drag position: the selection's own time if that came at once, none while it has no target,
+    // else the time of the pointer motion it answered. A refusal is therefore no answer: the same
+    // drag is asked again after a pause, with the next of these stamps.
+    static constexpr auto refusalPause = std::chrono::milliseconds(30);
+    std::uint64_t refusedFor = 0;
+    int refusals = 0;
+    std::chrono::steady_clock::time_point refusedAt;
+    Time lastMotionTime = CurrentTime;
 
     struct Pending {
         Event event;
+        std::uint64_t count = 0; // the drag change count when the event happened
         std::uint32_t flags = 0;
         Time time = 0;
         bool press = false; // a key change made of presses only
@@ -84,7 +95,7 @@ struct X11DesktopInput::Connection {
     std::array<bool, 256> keyDown{};
     std::uint32_t keyFlags = 0;
     bool dispatching = false;
-    std::function<void(Event, std::uint32_t)>* onEvent = nullptr;
+    std::function<void(Event, std::uint32_t, std::uint64_t)>* onEvent = nullptr;
 
     ~Connection() {
         notifier.reset();
@@ -168,7 +179,7 @@ struct X11DesktopInput::Connection {
             pending.back().flags = keyFlags;
             return;
         }
-        pending.push_back({Event::keyChanged, keyFlags, time, down});
+        pending.push_back({Event::keyChanged, changeCount, keyFlags, time, down});
     }
 
     void selectRawEvents() {
@@ -178,6 +189,7 @@ struct X11DesktopInput::Connection {
         if (watchingKeys) {
             XISetMask(bits, XI_RawKeyPress);
             XISetMask(bits, XI_RawKeyRelease);
+            XISetMask(bits, XI_RawMotion);
         }
         XIEventMask mask{XIAllMasterDevices, int(sizeof bits), bits};
         XISelectEvents(display, root, &mask, 1);
@@ -203,7 +215,7 @@ struct X11DesktopInput::Connection {
             const Pending next = pending.front();
             pending.pop_front();
             if (onEvent && *onEvent)
-                (*onEvent)(next.event, next.flags);
+                (*onEvent)(next.event, next.flags, next.count);
         }
         dispatching = false;
     }
@@ -214,7 +226,7 @@ struct X11DesktopInput::Connection {
             if (notify.selection == xdndSelection && notify.owner != None) {
                 ++changeCount;
                 selectionTime = notify.selection_timestamp;
-                pending.push_back({Event::dragDataChanged});
+                pending.push_back({Event::dragDataChanged, changeCount});
             }
         } else if (event.type == GenericEvent && event.xcookie.extension == xiOpcode) {
             handleRaw(event.xcookie);
@@ -230,11 +242,14 @@ struct X11DesktopInput::Connection {
         switch (cookie.evtype) {
         case XI_RawButtonPress:
             if (raw->detail == 1)
-                pending.push_back({Event::leftButtonDown});
+                pending.push_back({Event::leftButtonDown, changeCount});
             break;
         case XI_RawButtonRelease:
             if (raw->detail == 1)
-                pending.push_back({Event::leftButtonUp});
+                pending.push_back({Event::leftButtonUp, changeCount});
+            break;
+        case XI_RawMotion:
+            lastMotionTime = raw->time;
             break;
         case XI_RawKeyPress:
         case XI_RawKeyRelease:
@@ -251,11 +266,15 @@ struct X11DesktopInput::Connection {
         requestedFor = 0;
         if (count != changeCount)
             return; // a newer drag began meanwhile; its own request follows
+        if (event.property == None) {
+            refusals = refusedFor == count ? refusals + 1 : 1;
+            refusedFor = count;
+            refusedAt = std::chrono::steady_clock::now();
+            return;
+        }
         answerFor = count;
-        answer.clear();
-        if (event.property != None)
-            answer = localFiles(readProperty(event.property));
-        pending.push_back({Event::dragDataChanged});
+        answer = localFiles(readProperty(event.property));
+        pending.push_back({Event::dragDataChanged, changeCount});
     }
 
     QByteArray readProperty(Atom name) {
@@ -275,10 +294,22 @@ struct X11DesktopInput::Connection {
         return bytes;
     }
 
+    bool mayRequest() const {
+        if (requestedFor == changeCount)
+            return false; // one conversion at a time
+        return refusedFor != changeCount ||
+               std::chrono::steady_clock::now() - refusedAt >= refusalPause;
+    }
+
+    Time requestTime() const {
+        const Time stamps[] = {selectionTime, CurrentTime, lastMotionTime};
+        const int tried = refusedFor == changeCount ? refusals : 0;
+        return stamps[tried % std::size(stamps)];
+    }
+
     void request() {
         requestedFor = changeCount;
-        // Qt sources refuse CurrentTime: the owner's own timestamp names the drag.
-        XConvertSelection(display, xdndSelection, uriList, property, requestor, selectionTime);
+        XConvertSelection(display, xdndSelection, uriList, property, requestor, requestTime());
         XFlush(display);
     }
 };
@@ -335,7 +366,7 @@ std::optional<QStringList> X11DesktopInput::dragFilePaths() {
     Connection& c = *connection_;
     if (c.answerFor == c.changeCount)
         return c.answer;
-    if (c.requestedFor != c.changeCount)
+    if (c.mayRequest())
         c.request();
     return std::nullopt;
 }

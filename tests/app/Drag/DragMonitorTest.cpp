@@ -27,7 +27,7 @@ struct FakeInput : DesktopInput {
     }
     void setWatchingKeys(bool watching) override { watchingKeys = watching; }
 
-    void send(Event event) { onEvent(event, state.modifierFlags); }
+    void send(Event event) { onEvent(event, state.modifierFlags, count); }
     void press() {
         state.leftButton = true;
         send(Event::leftButtonDown);
@@ -138,6 +138,18 @@ TEST(DragMonitor, IgnoresDragsWithoutFilesAndKeysThatAreNotOnePress) {
     f.input->release();
     EXPECT_EQ(f.recorder.calls, QStringList({"press shift /tmp/x.pdf", "press command /tmp/x.pdf",
                                              "release command", "ended"}));
+}
+
+TEST(DragMonitor, APressReadTogetherWithItsDragStillComesBeforeIt) {
+    Fixture f;
+    // A busy monitor reads the press and the drag's new data in one go: the press is handed on
+    // second, but happened while the count was still the old one.
+    const std::uint64_t before = f.input->count++;
+    f.input->paths = QStringList{"/tmp/a.jpg"};
+    f.input->state.leftButton = true;
+    f.input->onEvent(DesktopInput::Event::leftButtonDown, 0, before);
+    f.input->send(DesktopInput::Event::dragDataChanged);
+    EXPECT_TRUE(f.monitor.isFileDrag());
 }
 
 TEST(DragMonitor, AKeyHeldAtTheStartIsAPressOnlyWhenAskedFor) {
