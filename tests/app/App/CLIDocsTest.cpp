@@ -1,27 +1,16 @@
-// The man page and the shell completions that the build writes, read by the programs that use
-// them.
+// --help and --version, and the man page and shell completions that the build writes, read by
+// the programs that use them.
+#include "App/CommandTable.h"
 #include "Catalogue/Catalogue.h"
 #include "CliRunner.h"
 
-#include <QProcess>
+#include <QRegularExpression>
 #include <gtest/gtest.h>
 
+using tramix::test::runProgram;
+using tramix::test::runTramix;
+
 namespace {
-
-struct Finished {
-    QString out;
-    QString err;
-    int status = -1;
-};
-
-Finished runProgram(const QString& program, const QStringList& args) {
-    QProcess process;
-    process.start(program, args);
-    if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit)
-        return {{}, process.errorString(), -1};
-    return {QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError()), process.exitCode()};
-}
 
 // What bash offers for `line` with the cursor at its end: the words of COMPREPLY, sorted.
 QStringList bashOffers(const QString& line, const QString& wordBreaks = QString()) {
@@ -34,8 +23,8 @@ QStringList bashOffers(const QString& line, const QString& wordBreaks = QString(
         COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
         _tramix
         printf '%s\n' "${COMPREPLY[@]}")");
-    const Finished bash = runProgram("bash", {"--norc", "--noprofile", "-c", script, "bash",
-                                              TRAMIX_BASH_COMPLETION, line, wordBreaks});
+    const auto bash = runProgram("bash", {"--norc", "--noprofile", "-c", script, "bash",
+                                          TRAMIX_BASH_COMPLETION, line, wordBreaks});
     EXPECT_EQ(bash.status, 0) << bash.err.toStdString();
     QStringList words = bash.out.split(u'\n', Qt::SkipEmptyParts);
     words.sort();
@@ -53,6 +42,40 @@ QStringList idsStartingWith(const QString& prefix) {
 }
 
 } // namespace
+
+TEST(CLIHelp, NamesEveryCommandAndEveryOperationWithItsDetail) {
+    const auto help = runTramix({"--help"});
+    ASSERT_EQ(help.status, 0);
+    EXPECT_TRUE(help.out.startsWith("Aufruf: tramix")) << help.out.toStdString();
+
+    for (const tramix::CommandRow& row : tramix::CommandTable::rows()) {
+        const QString usage = tramix::CommandTable::usage(row);
+        EXPECT_TRUE(help.lines().contains("  " + usage)) << usage.toStdString();
+    }
+    for (const tramix::CatalogueRow& row : tramix::Catalogue::rows()) {
+        // The id, padding, then its detail text on the same line.
+        const QRegularExpression line("^    " + QRegularExpression::escape(row.id) + " +" +
+                                          QRegularExpression::escape(QString::fromUtf8(row.detail)),
+                                      QRegularExpression::MultilineOption);
+        EXPECT_TRUE(line.match(help.out).hasMatch()) << row.id;
+    }
+    EXPECT_TRUE(help.out.contains("~/.local/state/Tramix/Tramix.log"));
+    // No line is wider than a terminal.
+    for (const QString& line : help.lines())
+        EXPECT_LE(line.size(), 80) << line.toStdString();
+}
+
+TEST(CLIHelp, VersionIsTheProjectsAndOnlyTheExactWordsAreCommands) {
+    const auto version = runTramix({"--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.out, "tramix " TRAMIX_PROJECT_VERSION "\n");
+
+    const auto upper = runTramix({"--HELP"});
+    EXPECT_EQ(upper.status, 1);
+    EXPECT_EQ(upper.out, "Fehler: Unbekannter Befehl --HELP\n");
+    // Arguments after --help change nothing.
+    EXPECT_EQ(runTramix({"--help", "x.jpg"}).out, runTramix({"--help"}).out);
+}
 
 TEST(CLIDocs, BashCompletesCommandsModesAndWholeOperationIds) {
     EXPECT_EQ(bashOffers("tramix --li"), QStringList{"--list"});
@@ -88,7 +111,7 @@ TEST(CLIDocs, ZshHandsTheSameWordsToItsCompletionSystem) {
         CURRENT=$#words
         _tramix)");
     auto offers = [&](const QString& line) {
-        const Finished zsh =
+        const auto zsh =
             runProgram("zsh", {"-f", "-c", script, "zsh", TRAMIX_ZSH_COMPLETION, line});
         EXPECT_TRUE(zsh.err.isEmpty()) << zsh.err.toStdString();
         return zsh.out.trimmed();
@@ -104,7 +127,7 @@ TEST(CLIDocs, ZshHandsTheSameWordsToItsCompletionSystem) {
 }
 
 TEST(CLIDocs, ManPageRendersWithoutWarningsAndNamesEveryOperation) {
-    const Finished page = runProgram(
+    const auto page = runProgram(
         "groff", {"-man", "-Tutf8", "-ww", "-P", "-c", "-P", "-b", "-P", "-u", TRAMIX_MAN_PAGE});
     ASSERT_EQ(page.status, 0);
     EXPECT_EQ(page.err, "");

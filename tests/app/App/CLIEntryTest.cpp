@@ -1,38 +1,22 @@
 // Starting the tray app where it cannot reach a screen.
-#include <QDir>
+#include "CliRunner.h"
+
 #include <QFileInfo>
-#include <QProcess>
 #include <gtest/gtest.h>
+
+using tramix::test::runProgram;
 
 namespace {
 
-constexpr int patienceMs = 30000;
-
-struct Ending {
-    bool crashed = true;
-    int status = -1;
-    QString err;
-};
-
-Ending startTrayApp(const QProcessEnvironment& environment) {
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(TRAMIX_BINARY), {});
-    if (!process.waitForFinished(patienceMs)) {
-        process.kill();
-        process.waitForFinished();
-        return {};
-    }
-    return {process.exitStatus() != QProcess::NormalExit, process.exitCode(),
-            QString::fromUtf8(process.readAllStandardError())};
-}
-
-// The test's own environment without any screen or forced platform.
-QProcessEnvironment withoutScreen() {
+// The tray app started with the test's own environment, `display` as DISPLAY (unset when null)
+// and no other screen or forced platform.
+tramix::test::CliOutput startTrayApp(const QString& display) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
         environment.remove(QString::fromLatin1(name));
-    return environment;
+    if (!display.isNull())
+        environment.insert("DISPLAY", display);
+    return runProgram(QStringLiteral(TRAMIX_BINARY), {}, QString(), environment);
 }
 
 // A display number that no local X server listens on.
@@ -46,22 +30,18 @@ QString unusedDisplay() {
 } // namespace
 
 TEST(CLIEntry, TrayAppWithoutAScreenEndsWithASentenceAndStatusOne) {
-    const Ending unset = startTrayApp(withoutScreen());
-    EXPECT_FALSE(unset.crashed);
-    EXPECT_EQ(unset.status, 1);
-    EXPECT_EQ(unset.err, "Fehler: Kein Bildschirm gefunden (DISPLAY ist nicht gesetzt).\n");
-
-    QProcessEnvironment empty = withoutScreen();
-    empty.insert("DISPLAY", "");
-    EXPECT_EQ(startTrayApp(empty).err, unset.err);
-
-    QProcessEnvironment unreachable = withoutScreen();
+    const QString unset = "Fehler: Kein Bildschirm gefunden (DISPLAY ist nicht gesetzt).\n";
     const QString display = unusedDisplay();
-    unreachable.insert("DISPLAY", display);
-    const Ending closed = startTrayApp(unreachable);
-    EXPECT_FALSE(closed.crashed);
-    EXPECT_EQ(closed.status, 1);
-    EXPECT_EQ(closed.err,
-              QStringLiteral("Fehler: Der Bildschirm „%1“ aus DISPLAY lässt sich nicht öffnen.\n")
-                  .arg(display));
+    const std::pair<QString, QString> cases[] = {
+        {QString(), unset},
+        {QStringLiteral(""), unset},
+        {display, QStringLiteral("Fehler: Der Bildschirm „%1“ aus DISPLAY lässt sich nicht "
+                                 "öffnen.\n")
+                      .arg(display)},
+    };
+    for (const auto& [value, sentence] : cases) {
+        const auto ending = startTrayApp(value);
+        EXPECT_EQ(ending.status, 1) << "DISPLAY=" << value.toStdString();
+        EXPECT_EQ(ending.err, sentence);
+    }
 }

@@ -11,17 +11,22 @@ QStringList CliOutput::lines() const {
     return result;
 }
 
-CliOutput runTramix(const QStringList& args, const QString& workingFolder) {
+CliOutput runProgram(const QString& program, const QStringList& args, const QString& workingFolder,
+                     const QProcessEnvironment& environment) {
     QProcess process;
-    process.setProgram(QStringLiteral(TRAMIX_BINARY));
-    process.setArguments(args);
     if (!workingFolder.isEmpty())
         process.setWorkingDirectory(workingFolder);
-    process.setProcessChannelMode(QProcess::SeparateChannels);
-    process.start();
+    if (!environment.isEmpty())
+        process.setProcessEnvironment(environment);
+    process.start(program, args);
     if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
-        return {};
-    return {QString::fromUtf8(process.readAllStandardOutput()), process.exitCode()};
+        return {{}, process.errorString()};
+    return {QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError()), process.exitCode()};
+}
+
+CliOutput runTramix(const QStringList& args, const QString& workingFolder) {
+    return runProgram(QStringLiteral(TRAMIX_BINARY), args, workingFolder);
 }
 
 } // namespace tramix::test
