@@ -1,3 +1,4 @@
+#include "Catalogue/OperationRegistry.h"
 #include "CliRunner.h"
 #include "TestFiles.h"
 #include "TestImages.h"
@@ -12,6 +13,7 @@
 #include <memory>
 #include <vector>
 
+using namespace tramix;
 using tramix::test::runTramix;
 
 namespace {
@@ -20,49 +22,44 @@ QString joined(const QStringList& lines) {
     return lines.join(u'\n') + u'\n';
 }
 
+// One line per operation: id, title and detail, tab-separated.
+QString listing(const QList<FileOperation>& operations) {
+    QString out;
+    for (const FileOperation& operation : operations)
+        out += operation.id + u'\t' + operation.title + u'\t' + operation.detail + u'\n';
+    return out;
+}
+
 } // namespace
 
-TEST(CLI, ListPrintsTabSeparatedOperationsInCatalogueOrder) {
-    const auto images = runTramix({"--list", "convert", "a.jpg", "b.png"});
-    EXPECT_EQ(images.status, 0);
-    EXPECT_EQ(images.out, joined({
-                              "convert.image.jpg\tJPG\tIn JPG umwandeln",
-                              "convert.image.png\tPNG\tIn PNG umwandeln",
-                              "convert.image.heic\tHEIC\tIn HEIC umwandeln",
-                              "convert.image.webp\tWEBP\tIn WEBP umwandeln",
-                              "convert.image.avif\tAVIF\tIn AVIF umwandeln",
-                              "convert.image.tiff\tTIFF\tIn TIFF umwandeln",
-                              "convert.image.gif\tGIF\tIn GIF umwandeln",
-                              "convert.image.bmp\tBMP\tIn BMP umwandeln",
-                              "convert.image.pdf\tPDF\tIn PDF umwandeln",
-                          }));
-
-    // An unknown mode word is not an error: it lists the convert operations.
-    EXPECT_EQ(runTramix({"--list", "formats", "a.jpg", "b.png"}).out, images.out);
-
-    const auto tools = runTramix({"--list", "tools", "x.PNG"});
-    EXPECT_EQ(tools.status, 0);
-    ASSERT_EQ(tools.lines().size(), 6);
-    EXPECT_EQ(tools.lines().first(), "tool.image.compress\tKOMPR.\tKomprimieren");
-    EXPECT_EQ(tools.lines().last(), "tool.image.pdf\tPDF\tAls PDF");
-
-    const auto actions = runTramix({"--list", "actions", "notes.txt"});
-    EXPECT_EQ(actions.status, 0);
-    EXPECT_EQ(actions.lines().first(), "action.airdrop\tAIRDROP\tPer AirDrop teilen");
-    EXPECT_TRUE(actions.lines().contains("archive.zip\tZIP\tAls ZIP packen"));
-
+TEST(CLI, ListPrintsTheWheelsOperationsInCatalogueOrderOneLineEach) {
+    // The mode word, then the files.
+    const std::pair<QStringList, WheelMode> cases[] = {
+        {{"convert", "a.jpg", "b.png"}, WheelMode::convert},
+        {{"tools", "x.PNG"}, WheelMode::tools},
+        {{"actions", "notes.txt"}, WheelMode::actions},
+        {{"convert", "a.csv", "b.CSV"}, WheelMode::convert},
+        // An unknown mode word is not an error: it lists the conversions.
+        {{"formats", "a.jpg", "b.png"}, WheelMode::convert},
+    };
+    for (const auto& [args, mode] : cases) {
+        const auto listed = runTramix(QStringList{"--list"} + args);
+        EXPECT_EQ(listed.status, 0) << args.join(' ').toStdString();
+        EXPECT_EQ(listed.out, listing(OperationRegistry::operations(mode, args.mid(1))));
+    }
+    EXPECT_EQ(runTramix({"--list", "convert", "a.jpg"}).lines().value(0),
+              "convert.image.png\tPNG\tIn PNG umwandeln");
     // Nothing fits: nothing printed, and that is no failure.
     const auto nothing = runTramix({"--list", "convert", "a.jpg", "b.pdf"});
     EXPECT_EQ(nothing.status, 0);
     EXPECT_EQ(nothing.out, "");
-}
 
-TEST(CLI, ListTakesRelativePathsFromTheWorkingFolder) {
+    // Relative paths are taken from the working folder.
     tramix::test::TestFolder folder;
     folder.folder("Fotos");
-    const auto listed = runTramix({"--list", "convert", "Fotos"}, folder.path("."));
-    EXPECT_EQ(listed.out, joined({"archive.zip\tZIP\tAls ZIP packen",
-                                  "archive.tgz\tTAR.GZ\tAls TAR.GZ packen"}));
+    EXPECT_EQ(
+        runTramix({"--list", "convert", "Fotos"}, folder.path(".")).out,
+        joined({"archive.zip\tZIP\tAls ZIP packen", "archive.tgz\tTAR.GZ\tAls TAR.GZ packen"}));
 }
 
 TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
@@ -79,6 +76,8 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
         {{"--frobnicate", "x"}, "Fehler: Unbekannter Befehl --frobnicate"},
         {{"--LIST", "convert", "a.jpg"}, "Fehler: Unbekannter Befehl --LIST"},
         {{"--render-icon"}, "Fehler: Ausgabepfad fehlt."},
+        {{"--render-menu"}, "Fehler: Ausgabepfad fehlt."},
+        {{"--render-menubar-icon"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-wheel", "tools"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-editor", "crop"}, "Fehler: --render-editor <art> out.png dateien… [dark]"},
         {{"--render-editor", "collage", "out.png"}, "Fehler: Unbekannter Editor collage"},
@@ -88,6 +87,23 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
         EXPECT_EQ(result.status, 1) << args.join(' ').toStdString();
         EXPECT_EQ(result.out, expected + u'\n') << args.join(' ').toStdString();
     }
+
+    // Renderings of the other platforms check their arguments, then say they are not built.
+    tramix::test::TestFolder folder;
+    const QString unwritten = folder.path("never-written.png");
+    for (const QStringList& args : {QStringList{"--render-editor", "crop", unwritten, "a.jpg"},
+                                    {"--render-scene", unwritten},
+                                    {"--render-og", unwritten},
+                                    {"--render-shelf", unwritten},
+                                    {"--render-dmg-background", unwritten},
+                                    {"--render-welcome", unwritten},
+                                    {"--render-settings", unwritten}}) {
+        const auto result = runTramix(args);
+        EXPECT_EQ(result.status, 1) << args.first().toStdString();
+        EXPECT_TRUE(result.out.startsWith("Fehler: Nicht unterstützt: "))
+            << args.first().toStdString();
+    }
+    EXPECT_FALSE(QFileInfo::exists(unwritten));
 }
 
 TEST(CLI, RunPrintsOutputsThenFailuresThenTheDurationThenTheCount) {
@@ -160,20 +176,6 @@ TEST(CLI, ProcessesConvertingIntoOneFolderAtOnceNeverShareAName) {
         QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::ReadOnly));
         EXPECT_EQ(file.readAll(), whole) << path.toStdString();
-    }
-}
-
-TEST(CLI, RenderCommandsCheckTheirArgumentsBeforeSayingWhatIsNotBuilt) {
-    const auto crop = runTramix({"--render-editor", "crop", "/tmp/never-written.png", "a.jpg"});
-    EXPECT_EQ(crop.status, 1);
-    EXPECT_TRUE(crop.out.startsWith("Fehler: Nicht unterstützt: ")) << crop.out.toStdString();
-    EXPECT_FALSE(QFileInfo::exists("/tmp/never-written.png"));
-    for (const char* command :
-         {"--render-scene", "--render-og", "--render-shelf", "--render-dmg-background",
-          "--render-welcome", "--render-settings"}) {
-        const auto result = runTramix({command, "/tmp/never-written.png"});
-        EXPECT_EQ(result.status, 1) << command;
-        EXPECT_TRUE(result.out.startsWith("Fehler: Nicht unterstützt: ")) << command;
     }
 }
 
