@@ -13,20 +13,34 @@ using namespace tramix;
 
 namespace {
 
+QByteArray readFile(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void appendFile(const QString& path, const QByteArray& text) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Append)) << path.toStdString();
+    file.write(text);
+}
+
 class AppSettingsTest : public ::testing::Test {
 protected:
     QString storeFile() const { return folder.path("config/Tramix.conf"); }
-    LoginItem loginItem() const {
-        return LoginItem(folder.path("autostart/tramix.desktop"),
-                         QStringLiteral("/usr/bin/tramix"));
-    }
+    QString autostartEntry() const { return folder.path("autostart/tramix.desktop"); }
     std::unique_ptr<AppSettings> load() const {
-        return std::make_unique<AppSettings>(storeFile(), loginItem());
+        return std::make_unique<AppSettings>(
+            storeFile(), LoginItem(autostartEntry(), QStringLiteral("/opt/My Apps/tramix")));
     }
     // Writes values the way another run of the app would have stored them.
     void store(const QString& key, const QVariant& value) const {
-        QSettings settings(storeFile(), QSettings::IniFormat);
-        settings.setValue(key, value);
+        QSettings(storeFile(), QSettings::IniFormat).setValue(key, value);
+    }
+    // Writes the store as someone would by hand.
+    void writeByHand(const QByteArray& text) const {
+        QDir().mkpath(folder.path("config"));
+        QFile::remove(storeFile());
+        appendFile(storeFile(), text);
     }
 
     test::TestFolder folder;
@@ -39,15 +53,14 @@ QString describe(const AppSettings::KeyMap& keys) {
     return pairs.join(u' ');
 }
 
+const QString defaultKeys = "convert:shift tools:command actions:control";
+
 } // namespace
 
 TEST_F(AppSettingsTest, AFreshInstallAnswersTheDefaultsAndWritesNothing) {
     {
         const auto settings = load();
-        EXPECT_EQ(describe(settings->keys()), "convert:shift tools:command actions:control");
-        EXPECT_EQ(settings->mode(ModifierKey::shift), WheelMode::convert);
-        EXPECT_EQ(settings->mode(ModifierKey::command), WheelMode::tools);
-        EXPECT_EQ(settings->mode(ModifierKey::control), WheelMode::actions);
+        EXPECT_EQ(describe(settings->keys()), defaultKeys);
         EXPECT_EQ(settings->mode(ModifierKey::option), std::nullopt);
         EXPECT_EQ(settings->activation(), WheelActivation::toggle);
         EXPECT_TRUE(settings->writeNextToOriginal());
@@ -94,33 +107,24 @@ TEST_F(AppSettingsTest, AssignSwapsSoThatNoKeyOpensTwoWheels) {
     EXPECT_EQ(settings->mode(ModifierKey::shift), std::nullopt);
 }
 
-TEST_F(AppSettingsTest, AStoredMapKeepsItsKnownPairsAndSkipsUnknownNames) {
-    store("keys", QVariantMap{{"tools", "option"}, {"wheel", "shift"}, {"actions", "hyper"}});
-    EXPECT_EQ(describe(load()->keys()), "convert:shift tools:option actions:control");
-
-    // A binding that is not a string spoils the whole map.
-    store("keys", QVariantMap{{"tools", "option"}, {"convert", 5}});
-    EXPECT_EQ(describe(load()->keys()), "convert:shift tools:command actions:control");
-
-    store("keys", QStringLiteral("option"));
-    EXPECT_EQ(describe(load()->keys()), "convert:shift tools:command actions:control");
-}
-
-TEST_F(AppSettingsTest, KeysAreAHandEditableGroupOfModeToKeyLines) {
-    QDir().mkpath(folder.path("config"));
-    QFile file(storeFile());
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("[keys]\ntools=option\nwheel=shift\nactions=hyper\n");
-    file.close();
+TEST_F(AppSettingsTest, KeysAreAHandEditableGroupWhoseUnknownNamesAreSkipped) {
+    writeByHand("[keys]\ntools=option\nwheel=shift\nactions=hyper\n");
     const auto settings = load();
     EXPECT_EQ(describe(settings->keys()), "convert:shift tools:option actions:control");
-
     settings->assign(ModifierKey::shift, WheelMode::actions);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray text = file.readAll();
+    const QByteArray text = readFile(storeFile());
     EXPECT_TRUE(text.contains("[keys]\nactions=shift\nconvert=control\ntools=option\n"))
         << text.data();
     EXPECT_EQ(describe(load()->keys()), "convert:control tools:option actions:shift");
+
+    // An older run's map in one value reads too, but a binding that is not a string spoils it.
+    QFile::remove(storeFile());
+    store("keys", QVariantMap{{"tools", "option"}, {"wheel", "shift"}});
+    EXPECT_EQ(describe(load()->keys()), "convert:shift tools:option actions:control");
+    store("keys", QVariantMap{{"tools", "option"}, {"convert", 5}});
+    EXPECT_EQ(describe(load()->keys()), defaultKeys);
+    store("keys", QStringLiteral("option"));
+    EXPECT_EQ(describe(load()->keys()), defaultKeys);
 }
 
 TEST_F(AppSettingsTest, EveryChangeIsStoredAtOnceAndAnnouncedOnce) {
@@ -142,22 +146,12 @@ TEST_F(AppSettingsTest, EveryChangeIsStoredAtOnceAndAnnouncedOnce) {
     settings->setPlaySound(false);
     settings->setAppearance(AppearanceMode::dark);
     settings->setHasSeenWelcome(true);
-    EXPECT_EQ(activation.count(), 1);
-    EXPECT_EQ(folderChanged.count(), 1);
+    for (const QSignalSpy* spy :
+         {&activation, &folderChanged, &appearance, &nextToOriginal, &sound, &welcome})
+        EXPECT_EQ(spy->count(), 1) << spy->signal().data();
     EXPECT_EQ(quality.count(), 2);
-    EXPECT_EQ(appearance.count(), 1);
-    EXPECT_EQ(nextToOriginal.count(), 1);
-    EXPECT_EQ(sound.count(), 1);
-    EXPECT_EQ(welcome.count(), 1);
 
     // Another instance reads the file itself, not this one's memory.
-    QSettings raw(storeFile(), QSettings::IniFormat);
-    EXPECT_EQ(raw.value("activation").toString(), "hold");
-    EXPECT_EQ(raw.value("appearance").toString(), "dark");
-    EXPECT_EQ(raw.value("outputFolder").toString(), folder.path("Ergebnisse"));
-    EXPECT_EQ(raw.value("quality").toDouble(), 1.0);
-    EXPECT_FALSE(raw.contains("keys"));
-
     auto reloaded = load();
     EXPECT_EQ(reloaded->activation(), WheelActivation::hold);
     EXPECT_FALSE(reloaded->writeNextToOriginal());
@@ -166,40 +160,41 @@ TEST_F(AppSettingsTest, EveryChangeIsStoredAtOnceAndAnnouncedOnce) {
     EXPECT_FALSE(reloaded->playSound());
     EXPECT_EQ(reloaded->appearance(), AppearanceMode::dark);
     EXPECT_TRUE(reloaded->hasSeenWelcome());
+    for (AppearanceMode mode : AppearanceMode::allCases()) {
+        reloaded->setAppearance(mode);
+        EXPECT_EQ(load()->appearance(), mode) << mode.rawValue().toStdString();
+    }
 
-    // No folder removes the key rather than storing an empty path.
+    // Keys never changed are not written, and no folder removes the key rather than storing an
+    // empty path.
     reloaded->setOutputFolder(std::nullopt);
-    raw.sync();
+    const QSettings raw(storeFile(), QSettings::IniFormat);
+    EXPECT_FALSE(raw.contains("keys"));
     EXPECT_FALSE(raw.contains("outputFolder"));
     EXPECT_EQ(load()->outputFolder(), std::nullopt);
 }
 
 TEST_F(AppSettingsTest, HandEditedGarbageFallsBackPerKeyAndKeepsTheRest) {
-    QDir().mkpath(folder.path("config"));
-    QFile file(storeFile());
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("[General]\n"
-               "activation=hold, toggle\n"
-               "quality=banana\n"
-               "hasSeenWelcome=yes please\n"
-               "keys=@Variant(\\0\\0\\0\\b\\xff\\xff\\xff\\xff)\n"
-               "appearance=@Variant(\\0\\0\\0\n"
-               "this line means nothing\n"
-               "\x01\x02\xff\xfe=\x80\n"
-               "=\n"
-               "writeNextToOriginal=false\n"
-               "playSound=False\n"
-               "outputFolder=/srv/Ergebnisse\n"
-               "totalConversions=12\n");
-    file.close();
-
+    writeByHand("[General]\n"
+                "activation=hold, toggle\n"
+                "quality=banana\n"
+                "hasSeenWelcome=yes please\n"
+                "keys=@Variant(\\0\\0\\0\\b\\xff\\xff\\xff\\xff)\n"
+                "appearance=@Variant(\\0\\0\\0\n"
+                "this line means nothing\n"
+                "\x01\x02\xff\xfe=\x80\n"
+                "=\n"
+                "writeNextToOriginal=false\n"
+                "playSound=False\n"
+                "outputFolder=/srv/Ergebnisse\n"
+                "totalConversions=12\n");
     {
         const auto settings = load();
         EXPECT_EQ(settings->activation(), WheelActivation::toggle);
         EXPECT_EQ(settings->appearance(), AppearanceMode::system);
         EXPECT_DOUBLE_EQ(settings->quality(), 0.85);
         EXPECT_FALSE(settings->hasSeenWelcome());
-        EXPECT_EQ(describe(settings->keys()), "convert:shift tools:command actions:control");
+        EXPECT_EQ(describe(settings->keys()), defaultKeys);
         EXPECT_FALSE(settings->writeNextToOriginal());
         EXPECT_FALSE(settings->playSound());
         EXPECT_EQ(settings->outputFolder(), QStringLiteral("/srv/Ergebnisse"));
@@ -228,7 +223,6 @@ TEST_F(AppSettingsTest, AStoreThatCannotBeReadGivesDefaultsAndIsNotOverwritten) 
 
     if (::geteuid() == 0)
         return; // permissions do not keep root out
-    QFile::remove(storeFile());
     QDir().rmdir(storeFile());
     store("hasSeenWelcome", true);
     QFile::setPermissions(storeFile(), QFileDevice::WriteOwner);
@@ -241,19 +235,29 @@ TEST_F(AppSettingsTest, AStoreThatCannotBeReadGivesDefaultsAndIsNotOverwritten) 
     EXPECT_TRUE(load()->hasSeenWelcome());
 }
 
-TEST_F(AppSettingsTest, LaunchAtLoginFollowsTheAutostartEntryAndLogsFailures) {
+TEST_F(AppSettingsTest, LaunchAtLoginWritesAStartableEntryAndHonoursTheDesktopsSwitch) {
     const auto settings = load();
     QSignalSpy changed(settings.get(), &AppSettings::launchAtLoginChanged);
     settings->setLaunchAtLogin(true);
-    EXPECT_TRUE(settings->launchAtLogin());
-    EXPECT_TRUE(QFileInfo::exists(folder.path("autostart/tramix.desktop")));
+    const QByteArray text = readFile(autostartEntry());
+    EXPECT_TRUE(text.startsWith("[Desktop Entry]\n"));
+    EXPECT_TRUE(text.contains("\nType=Application\n"));
+    EXPECT_TRUE(text.contains("\nExec=\"/opt/My Apps/tramix\"\n")) << text.toStdString();
     EXPECT_TRUE(load()->launchAtLogin());
+
+    // The desktop's own switch for autostart entries turns it off without removing it.
+    appendFile(autostartEntry(), "Hidden=true\n");
+    EXPECT_FALSE(load()->launchAtLogin());
+    load()->setLaunchAtLogin(true);
+    EXPECT_TRUE(load()->launchAtLogin());
+
     settings->setLaunchAtLogin(false);
-    EXPECT_FALSE(QFileInfo::exists(folder.path("autostart/tramix.desktop")));
+    EXPECT_FALSE(QFileInfo::exists(autostartEntry()));
     EXPECT_FALSE(load()->launchAtLogin());
     EXPECT_EQ(changed.count(), 2);
+}
 
-    // An autostart folder that cannot exist: the wish stays, the reason goes to the log.
+TEST_F(AppSettingsTest, AnAutostartEntryThatCannotBeWrittenKeepsTheWishAndLogsWhy) {
     test::ScratchLog log(folder.path("state"));
     AppSettings blocked(storeFile(), LoginItem(folder.file("blocker") + "/autostart/tramix.desktop",
                                                QStringLiteral("/usr/bin/tramix")));

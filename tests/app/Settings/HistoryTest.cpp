@@ -36,15 +36,11 @@ TEST(History, KeepsTheLastEightAndCountsOutputsOfSuccessfulJobsAcrossRestarts) {
         QSignalSpy entriesChanged(&history, &History::entriesChanged);
         QSignalSpy totalChanged(&history, &History::totalChanged);
 
-        qint64 expected = 0;
-        for (int i = 0; i < 10; ++i) {
-            const int outputs = i % 3; // jobs without outputs, like copying, count one
-            history.add(job(QStringLiteral("Job %1").arg(i), outputs));
-            expected += std::max(outputs, 1);
-        }
+        // Outputs 0, 1, 2, 0, 1, …: jobs without outputs, like copying, count one.
+        for (int i = 0; i < 10; ++i)
+            history.add(job(QStringLiteral("Job %1").arg(i), i % 3));
         EXPECT_EQ(titles(history).join(", "),
                   "Job 9, Job 8, Job 7, Job 6, Job 5, Job 4, Job 3, Job 2");
-        EXPECT_EQ(history.total(), expected);
         EXPECT_EQ(history.total(), 13);
         EXPECT_EQ(entriesChanged.count(), 10);
         EXPECT_EQ(totalChanged.count(), 10);
