@@ -104,6 +104,16 @@ TEST(DragMonitor, ReportsKeysOfAFileDragAndItsEnd) {
     EXPECT_EQ(f.monitor.draggedPaths().size(), 2) << "the last drag's files are kept";
 }
 
+TEST(DragMonitor, EachKeyAloneIsAPressOfThatKey) {
+    for (ModifierKey key : ModifierKey::allCases()) {
+        Fixture f;
+        f.input->press();
+        f.input->offer(QStringList{"/tmp/a.jpg"});
+        f.input->keys(key.flag());
+        EXPECT_EQ(f.recorder.calls, QStringList{"press " + key.rawValue() + " /tmp/a.jpg"});
+    }
+}
+
 TEST(DragMonitor, IgnoresDragsWithoutFilesAndKeysThatAreNotOnePress) {
     Fixture f;
     // A window drag: no drag data at all.
@@ -175,15 +185,13 @@ TEST(DragMonitor, PollsWhenEventsAreMissingAndStopsCleanly) {
     Fixture f;
     // No button event arrives; the idle poll notices the button and the session poll the keys.
     f.input->state.leftButton = true;
-    QTest::qWait(DragMonitor::idleIntervalMs * 2);
-    ASSERT_TRUE(f.monitor.inSession());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return f.monitor.inSession(); }));
     ++f.input->count;
     f.input->paths = QStringList{"/tmp/a.jpg"};
     f.input->state.modifierFlags = 0;
-    QTest::qWait(DragMonitor::sessionIntervalMs * 4);
-    ASSERT_TRUE(f.monitor.isFileDrag());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return f.monitor.isFileDrag(); }));
     f.input->state.modifierFlags = commandFlag;
-    QTest::qWait(DragMonitor::sessionIntervalMs * 4);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !f.recorder.calls.isEmpty(); }));
     EXPECT_EQ(f.recorder.calls, QStringList{"press command /tmp/a.jpg"});
 
     f.monitor.stop();
