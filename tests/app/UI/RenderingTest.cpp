@@ -1,0 +1,71 @@
+// The pictures the command line draws off screen: the wheel, the menu and the icons.
+#include "TestFiles.h"
+#include "UI/MenuView.h"
+#include "app/App/CliRunner.h"
+
+#include <QImage>
+#include <gtest/gtest.h>
+
+using namespace tramix;
+
+namespace {
+
+struct Renderer {
+    test::TestFolder folder;
+    int count = 0;
+
+    // Runs a render command whose output path is written "out.png"; returns what it drew.
+    QImage operator()(QStringList args) {
+        const QString path = folder.path(QStringLiteral("%1.png").arg(++count));
+        args.replaceInStrings(QStringLiteral("out.png"), path);
+        const auto result = test::runTramix(args);
+        EXPECT_EQ(result.status, 0) << args.join(' ').toStdString() << result.out.toStdString();
+        return QImage(path);
+    }
+};
+
+// The wheel is drawn at twice its size in points.
+QColor pixel(const QImage& image, double xPoints, double yPoints) {
+    return image.pixelColor(int(xPoints * 2), int(yPoints * 2));
+}
+
+} // namespace
+
+TEST(Rendering, TheWheelInLightAndDarkOnAClearBackground) {
+    Renderer render;
+    const QImage light = render({"--render-wheel", "tools", "out.png"});
+    const QImage dark = render({"--render-wheel", "tools", "out.png", "dark"});
+    ASSERT_EQ(light.size(), QSize(600, 600));
+    ASSERT_EQ(dark.size(), QSize(600, 600));
+    EXPECT_EQ(pixel(light, 2, 2).alpha(), 0) << "the corners stay clear";
+    EXPECT_EQ(pixel(light, 150, 150).alpha(), 255);
+    // The centre disc is light in the light wheel and dark in the dark one.
+    EXPECT_GT(pixel(light, 150, 108).lightness(), 200);
+    EXPECT_LT(pixel(dark, 150, 108).lightness(), 80);
+    EXPECT_EQ(pixel(light, 150, 40).alpha(), 255) << "a segment is drawn";
+
+    // The wheel arts of the editor rendering take the files they are given.
+    EXPECT_EQ(
+        render({"--render-editor", "convert-wheel", "out.png", "a.pdf", "b.pdf", "dark"}).size(),
+        QSize(600, 600));
+}
+
+TEST(Rendering, TheMenuInLightAndDarkAndTheIcons) {
+    Renderer render;
+    const QImage light = render({"--render-menu", "out.png"});
+    const QImage dark = render({"--render-menu", "out.png", "dark"});
+    ASSERT_EQ(light.width(), 2 * MenuView::width);
+    EXPECT_EQ(dark.size(), light.size());
+    EXPECT_GT(light.height(), light.width()) << "a tall panel";
+    EXPECT_EQ(light.pixelColor(1, 1).alpha(), 0) << "rounded corners stay clear";
+    const QPoint card(light.width() - 20, light.height() / 2);
+    EXPECT_GT(light.pixelColor(card).lightness(), 220);
+    EXPECT_LT(dark.pixelColor(card).lightness(), 70);
+
+    const QImage icon = render({"--render-icon", "out.png"});
+    EXPECT_EQ(icon.size(), QSize(1024, 1024));
+    EXPECT_EQ(icon.pixelColor(512, 512).alpha(), 255);
+    const QImage bar = render({"--render-menubar-icon", "out.png"});
+    EXPECT_EQ(bar.size(), QSize(44, 44));
+    EXPECT_EQ(bar.pixelColor(0, 0).alpha(), 0);
+}
