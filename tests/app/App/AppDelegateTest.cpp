@@ -3,8 +3,6 @@
 #include "App/AppDelegate.h"
 
 #include "Catalogue/OperationRegistry.h"
-#include "Settings/AppSettings.h"
-#include "Settings/History.h"
 #include "TestFiles.h"
 #include "UI/MenuView.h"
 #include "UI/StatusMenuPanel.h"
@@ -15,38 +13,22 @@
 #include <gtest/gtest.h>
 
 using namespace tramix;
-using tramix::test::TestFolder;
-
 using tramix::test::ids;
-
-namespace {
-
-bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 2000) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < timeoutMs)
-        QTest::qWait(20);
-    return condition();
-}
-
-} // namespace
 
 TEST(AppDelegate, KeysOpenTheirWheelsWithTheirOperationsAndAHeldWheelClosesWithItsKey) {
     tramix::test::PrivateStores stores;
-    TestFolder& folder = stores.folder;
-    AppSettings& settings = stores.settings;
-    tramix::test::ScratchLog log(folder.path("state"));
-    AppDelegate delegate(settings, stores.history);
+    tramix::test::ScratchLog log(stores.folder.path("state"));
+    AppDelegate delegate(stores.settings, stores.history);
     delegate.start();
-    const QStringList photo = {folder.file("photo.jpg")};
+    const QStringList photo = {stores.folder.file("photo.jpg")};
     WheelModel& wheel = delegate.wheel().model();
 
     // Option opens nothing with the default keys.
     delegate.pressed(ModifierKey::option, photo);
-    EXPECT_FALSE(waitUntil([&] { return wheel.visible(); }, 300));
+    EXPECT_FALSE(QTest::qWaitFor([&] { return wheel.visible(); }, 300));
 
     delegate.pressed(ModifierKey::shift, photo);
-    ASSERT_TRUE(waitUntil([&] { return delegate.wheel().isUp(); }));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return delegate.wheel().isUp(); }));
     EXPECT_EQ(wheel.mode(), WheelMode::convert);
     EXPECT_EQ(wheel.key(), ModifierKey::shift);
     EXPECT_EQ(ids(wheel.operations()), ids(OperationRegistry::convertOperations(photo)));
@@ -63,17 +45,17 @@ TEST(AppDelegate, KeysOpenTheirWheelsWithTheirOperationsAndAHeldWheelClosesWithI
     QTest::qWait(300);
     EXPECT_TRUE(delegate.wheel().isUp());
     delegate.wheel().hide(0);
-    ASSERT_TRUE(waitUntil([&] { return !delegate.wheel().isUp(); }));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !delegate.wheel().isUp(); }));
 
     // Hold activation: only the key that opened the wheel closes it.
-    settings.setActivation(WheelActivation::hold);
+    stores.settings.setActivation(WheelActivation::hold);
     delegate.pressed(ModifierKey::shift, photo);
-    ASSERT_TRUE(waitUntil([&] { return delegate.wheel().isUp(); }));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return delegate.wheel().isUp(); }));
     delegate.released(ModifierKey::command);
     QTest::qWait(300);
     EXPECT_TRUE(delegate.wheel().isUp()) << "another key's release closed the wheel";
     delegate.released(ModifierKey::shift);
-    EXPECT_TRUE(waitUntil([&] { return !delegate.wheel().isUp(); }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !delegate.wheel().isUp(); }));
 
     // Off screen there is neither a tray nor a way to watch drags; the app says so.
     const QStringList messages = log.messages();

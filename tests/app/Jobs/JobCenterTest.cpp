@@ -29,6 +29,11 @@ struct Fixture : tramix::test::PrivateStores {
         jobs.toast().onOpen = [](const QStringList&) {};
     }
 
+    QString photo(const QString& name) const {
+        using namespace tramix::test;
+        return saveImage(halves(40, 20, red, blue), folder.path(name));
+    }
+
     JobResult runAndWait(const FileOperation& operation, const QStringList& paths) {
         QSignalSpy finished(&jobs, &JobCenter::jobFinished);
         jobs.run(operation, paths, QPoint(400, 300));
@@ -56,9 +61,7 @@ FileOperation fake(OperationStyle style, PerformFunction perform) {
 
 TEST(JobCenter, ConvertsAJpegToPngAndReportsItDoneWithSoundHistoryAndTotal) {
     Fixture f;
-    const QString jpeg =
-        tramix::test::saveImage(tramix::test::halves(40, 20, tramix::test::red, tramix::test::blue),
-                                f.folder.path("Urlaub.jpg"));
+    const QString jpeg = f.photo("Urlaub.jpg");
     const qint64 totalBefore = f.history.total();
 
     const FileOperation png = pngOperation({jpeg});
@@ -72,9 +75,9 @@ TEST(JobCenter, ConvertsAJpegToPngAndReportsItDoneWithSoundHistoryAndTotal) {
     EXPECT_TRUE(QFileInfo(f.folder.path("Urlaub.png")).isFile());
     const ToastModel::State& toast = f.jobs.toast().model().state();
     EXPECT_EQ(toast.kind, ToastModel::State::done);
-    EXPECT_TRUE(toast.title().startsWith("Fertig in ")) << toast.title().toStdString();
     EXPECT_TRUE(
-        QRegularExpression("^Fertig in (\\d+ ms|\\d+\\.\\d s)$").match(toast.title()).hasMatch());
+        QRegularExpression("^Fertig in (\\d+ ms|\\d+\\.\\d s)$").match(toast.title()).hasMatch())
+        << toast.title().toStdString();
     EXPECT_EQ(toast.subtitle(), "Urlaub.png");
     EXPECT_EQ(f.sounds, 1);
     ASSERT_EQ(f.history.entries().size(), 1);
@@ -92,9 +95,7 @@ TEST(JobCenter, ConvertsAJpegToPngAndReportsItDoneWithSoundHistoryAndTotal) {
 
 TEST(JobCenter, OneDamagedFileOfTwoFailsTheJobButKeepsTheGoodOutput) {
     Fixture f;
-    const QString good =
-        tramix::test::saveImage(tramix::test::halves(40, 20, tramix::test::red, tramix::test::blue),
-                                f.folder.path("gut.jpg"));
+    const QString good = f.photo("gut.jpg");
     const QString bad = f.folder.file("kaputt.jpg", "no image at all");
     const qint64 totalBefore = f.history.total();
     const FileOperation png = pngOperation({good, bad});
@@ -148,8 +149,6 @@ TEST(JobCenter, InstantActionsReportNothingAndSettingsChooseTheContext) {
 
     EXPECT_EQ(JobCenter::format(0.34), "340 ms");
     EXPECT_EQ(JobCenter::format(2.44), "2.4 s");
-    EXPECT_EQ(JobCenter::workingText("PNG", 1), "PNG");
-    EXPECT_EQ(JobCenter::workingText("PNG", 2), "PNG · 2 Dateien");
 
     // An editor's own result counts as a finished job.
     f.jobs.finished("Zugeschnitten", {f.folder.path("x.png")}, QPoint(10, 10));
