@@ -1,5 +1,7 @@
-// The tray app as a user meets it: files dragged from another application, a key tapped, a drop
-// on a segment, and then the result beside the original, the toast, the history and the count.
+// The tray app as a user meets it under a real X server: its icon docks in a tray, opens the
+// menu panel and quits from its context menu; files dragged from another application, a key
+// tapped and a drop on a segment leave the result beside the original, the toast, the history
+// and the count.
 #include "Catalogue/OperationRegistry.h"
 #include "Drag/WheelGeometry.h"
 #include "TestFiles.h"
@@ -7,16 +9,62 @@
 #include "app/Drag/DragHarness.h"
 #include "app/Settings/ScratchLog.h"
 
-#include <QElapsedTimer>
 #include <QFileInfo>
+#include <QRect>
 #include <QSettings>
-#include <QThread>
 #include <gtest/gtest.h>
 
 using namespace tramix;
 using namespace tramix::test;
 
 namespace {
+
+bool xdotool(const QStringList& args) {
+    return QProcess::execute(QStringLiteral("xdotool"), args) == 0;
+}
+
+// What an xdotool search printed; nothing when it found nothing.
+QString xdotoolSearch(const QStringList& args) {
+    QProcess search;
+    search.start(QStringLiteral("xdotool"), QStringList{"search", "--onlyvisible"} + args);
+    search.waitForFinished(5000);
+    return QString::fromUtf8(search.readAllStandardOutput());
+}
+
+bool clickAt(QPoint point, int button = 1) {
+    return xdotool({"mousemove", QString::number(point.x()), QString::number(point.y()), "click",
+                    QString::number(button)});
+}
+
+// The geometry of the app's visible menu panel, or an empty rect when none is open.
+QRect visibleMenu() {
+    const QString out = xdotoolSearch({"--name", "^Tramix$", "getwindowgeometry", "--shell", "%@"});
+    const auto value = [&](const char* name) {
+        return QRegularExpression(QStringLiteral("^%1=(\\d+)$").arg(name),
+                                  QRegularExpression::MultilineOption)
+            .match(out)
+            .captured(1)
+            .toInt();
+    };
+    return QRect(value("X"), value("Y"), value("WIDTH"), value("HEIGHT"));
+}
+
+// Waits until the panel is open (or closed), and returns where it is.
+QRect waitForMenu(bool open) {
+    QRect menu;
+    waitUntil([&] {
+        menu = visibleMenu();
+        return menu.isEmpty() != open;
+    });
+    return menu;
+}
+
+// How many windows of the app are on screen (the docked icon is one).
+qsizetype visibleAppWindows() {
+    return xdotoolSearch({"--classname", "tramix"}).split('\n', Qt::SkipEmptyParts).size();
+}
+
+using TrayApp = DesktopTest<>;
 
 // Points XDG_CONFIG_HOME at a private folder while the test runs, so the app's settings and
 // count start fresh and can be read back.
@@ -32,38 +80,26 @@ private:
     QByteArray previous_;
 };
 
-class TrayEndToEnd : public ::testing::Test {
+class TrayEndToEnd : public DesktopTest<> {
 protected:
-    void SetUp() override {
-        if (qEnvironmentVariableIsEmpty("DISPLAY") || !input.available())
-            GTEST_SKIP() << "needs an X display with XTEST (scripts/test starts Xvfb)";
-    }
-    void TearDown() override {
-        if (!input.available())
-            return;
-        input.keys({"Shift_L"}, false);
-        input.button(false);
-        QThread::msleep(100);
-    }
-
     // Waits until the app's log holds a message starting with `prefix` after the last one
     // found; returns it.
     QString waitForLog(const QString& prefix, int timeoutMs = eventDeadlineMs) {
-        QElapsedTimer clock;
-        clock.start();
-        do {
-            const QStringList messages = log.messages();
-            for (qsizetype i = read; i < messages.size(); ++i) {
-                if (messages[i].startsWith(prefix)) {
-                    read = i + 1;
-                    return messages[i];
+        QString found;
+        waitUntil(
+            [&] {
+                const QStringList messages = log.messages();
+                for (; read < messages.size() && found.isEmpty(); ++read) {
+                    if (messages[read].startsWith(prefix))
+                        found = messages[read];
                 }
-            }
-            QThread::msleep(50);
-        } while (clock.elapsed() < timeoutMs);
-        ADD_FAILURE() << "no log line " << prefix.toStdString() << " in:\n"
-                      << log.messages().join('\n').toStdString();
-        return {};
+                return !found.isEmpty();
+            },
+            timeoutMs);
+        if (found.isEmpty())
+            ADD_FAILURE() << "no log line " << prefix.toStdString() << " in:\n"
+                          << log.messages().join('\n').toStdString();
+        return found;
     }
 
     int total() const {
@@ -75,11 +111,8 @@ protected:
     // Drags `files` from a Qt source, taps Shift and drops on the PNG segment.
     void dropOnPNG(const QStringList& files) {
         const QList<FileOperation> operations = OperationRegistry::convertOperations(files);
-        const qsizetype index = std::find_if(operations.begin(), operations.end(),
-                                             [](const FileOperation& operation) {
-                                                 return operation.id == "convert.image.png";
-                                             }) -
-                                operations.begin();
+        const qsizetype index = ids(operations).indexOf("convert.image.png");
+        ASSERT_GE(index, 0);
         ASSERT_LT(index, WheelGeometry::operationsPerPage);
         const int slots = WheelGeometry::slots(
             int(std::min<qsizetype>(operations.size(), WheelGeometry::operationsPerPage)));
@@ -92,9 +125,7 @@ protected:
             return !waitForLog(QStringLiteral("Maustaste gedrückt")).isEmpty();
         }));
         waitForLog(QStringLiteral("Datei-Drag erkannt"));
-        input.keys({"Shift_L"}, true);
-        QThread::msleep(40);
-        input.keys({"Shift_L"}, false);
+        input.tap({"Shift_L"});
         waitForLog(QStringLiteral("Rad convert mit"));
         input.glide(open, target, 5);
         ASSERT_TRUE(waitUntilAccepted(source));
@@ -106,12 +137,60 @@ protected:
     TestFolder folder;
     ScratchLog log{folder.path("state")};
     ScratchConfig config{folder.path("config")};
-    SyntheticInput input;
     qsizetype read = 0;
     const QPoint open{700, 500};
 };
 
 } // namespace
+
+// One test for all of it: the tray has room for one host on the display.
+TEST_F(TrayApp, StartsWithoutCommandOpensItsMenuFromTheIconAndQuitsFromItsContextMenu) {
+    // The app inherits a private state folder, so its own debug log can be read afterwards.
+    TestFolder folder;
+    ScratchLog log(folder.path("state"));
+    ChildProcess host(QStringLiteral(TRAY_HOST_BINARY), {});
+    ASSERT_TRUE(host.waitFor(QRegularExpression("^ready$"), startDeadlineMs));
+
+    // A single leading dash is no command: this starts the tray app, not the command line.
+    QProcess app;
+    app.start(QStringLiteral(TRAMIX_BINARY), {"-list", "convert", "a.jpg"});
+    ASSERT_TRUE(app.waitForStarted());
+    const auto docked = host.waitFor(QRegularExpression("^docked (\\d+) (\\d+)$"), startDeadlineMs);
+    ASSERT_TRUE(docked) << "the tray icon never docked";
+    EXPECT_EQ(app.state(), QProcess::Running);
+    const QPoint icon(docked->captured(1).toInt(), docked->captured(2).toInt());
+
+    ASSERT_TRUE(clickAt(icon));
+    const QRect menu = waitForMenu(true);
+    ASSERT_FALSE(menu.isEmpty()) << "a click on the icon opened no menu";
+    EXPECT_GT(menu.top(), icon.y()) << "the menu hangs below the icon";
+    EXPECT_LE(menu.top() - icon.y(), 40);
+    EXPECT_GE(menu.left(), 6);
+    EXPECT_GT(menu.height(), 400);
+
+    ASSERT_TRUE(clickAt(QPoint(1500, 700)));
+    EXPECT_TRUE(waitForMenu(false).isEmpty()) << "a click elsewhere left the menu open";
+
+    ASSERT_TRUE(clickAt(icon));
+    ASSERT_FALSE(waitForMenu(true).isEmpty()) << "the menu did not open a second time";
+    ASSERT_TRUE(xdotool({"key", "Escape"}));
+    EXPECT_TRUE(waitForMenu(false).isEmpty()) << "Escape left the menu open";
+    // The closed panel lets go of the pointer a moment later; a click that comes faster than
+    // any hand would still belong to it.
+    ASSERT_TRUE(waitUntil([&] { return !input.pointerGrabbed(); })) << "the panel kept the grab";
+
+    const qsizetype windows = visibleAppWindows();
+    ASSERT_TRUE(clickAt(icon, 3));
+    ASSERT_TRUE(waitUntil([&] { return visibleAppWindows() > windows; }))
+        << "a right click on the icon opened no context menu";
+    ASSERT_TRUE(xdotool({"key", "Down", "Return"}));
+    ASSERT_TRUE(app.waitForFinished(eventDeadlineMs)) << "Beenden did not end the app";
+    EXPECT_EQ(app.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(app.exitCode(), 0) << app.readAllStandardError().toStdString();
+    EXPECT_EQ(app.readAllStandardOutput(), QByteArray());
+    // Clicks are logged by the drag monitor, which watches every press for a drag.
+    EXPECT_EQ(log.messages().value(0), "Tramix gestartet");
+}
 
 TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses) {
     const QString photo = saveImage(photoLike(320, 240), folder.path("Urlaub.jpg"), "[Q=90]");

@@ -105,6 +105,18 @@ void SyntheticInput::keys(const QStringList& names, bool down) {
     XSync(display_, False);
 }
 
+void SyntheticInput::tap(const QStringList& names) {
+    keys(names, true);
+    QThread::msleep(40);
+    keys(names, false);
+}
+
+void SyntheticInput::releaseAll() {
+    keys({"Shift_L", "Control_L", "Super_L"}, false);
+    button(false);
+    QThread::msleep(100);
+}
+
 QPoint SyntheticInput::pointer() {
     Window root = 0, child = 0;
     int x = 0, y = 0, wx = 0, wy = 0;
@@ -120,6 +132,17 @@ bool SyntheticInput::pointerGrabbed() {
         XUngrabPointer(display_, CurrentTime);
     XSync(display_, False);
     return status == AlreadyGrabbed;
+}
+
+bool waitUntil(const std::function<bool()>& done, int timeoutMs) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > timeoutMs)
+            return false;
+        QThread::msleep(50);
+    }
+    return true;
 }
 
 std::unique_ptr<ChildProcess> startWheelHost(const QStringList& args) {

@@ -9,6 +9,7 @@
 #include <QStringList>
 #include <chrono>
 #include <functional>
+#include <gtest/gtest.h>
 #include <memory>
 #include <optional>
 
@@ -58,6 +59,11 @@ public:
     // Keys by keysym name ("Shift_L", "Control_L", "Caps_Lock"); all in one batch, so the server
     // takes them as one change.
     void keys(const QStringList& names, bool down);
+    // Presses and lets go of `names`, as a quick finger would.
+    void tap(const QStringList& names);
+    // Lets go of the button and of every key a test presses, so a failed step leaves nothing
+    // pressed for the next test.
+    void releaseAll();
     QPoint pointer();
     // Whether some client holds the pointer grabbed (an open popup menu does). Asks by trying to
     // grab it for an instant, so never call it while a client may be about to grab.
@@ -66,6 +72,24 @@ public:
 private:
     ::_XDisplay* display_ = nullptr;
 };
+
+// A test that drives the X display through XTEST; skipped where there is none.
+template <class Base = ::testing::Test> class DesktopTest : public Base {
+protected:
+    void SetUp() override {
+        if (qEnvironmentVariableIsEmpty("DISPLAY") || !input.available())
+            GTEST_SKIP() << "needs an X display with XTEST (scripts/test starts Xvfb)";
+    }
+    void TearDown() override {
+        if (input.available())
+            input.releaseAll();
+    }
+
+    SyntheticInput input;
+};
+
+// Polls `done` until it holds or the time is up; whether it held.
+bool waitUntil(const std::function<bool()>& done, int timeoutMs = eventDeadlineMs);
 
 // Microseconds on the monotonic clock, comparable with the host's "shown-us" stamps.
 inline long long monotonicMicros() {

@@ -64,95 +64,90 @@ std::string transcript(const ChildProcess& host, const Source& source) {
         .toStdString();
 }
 
+// Drags files from `source` to `to` and waits until the host has recognised a file drag.
+[[nodiscard]] bool dragFiles(SyntheticInput& input, ChildProcess& host, const Source& source,
+                             QPoint to) {
+    if (!dragTo(input, host, source, to))
+        return false;
+    if (host.waitFor(recognised))
+        return true;
+    ADD_FAILURE() << "the host never recognised the file drag:\n" << transcript(host, source);
+    return false;
+}
+
 bool anyMatch(const QStringList& lines, const QRegularExpression& pattern) {
     return std::any_of(lines.begin(), lines.end(),
                        [&](const QString& line) { return pattern.match(line).hasMatch(); });
 }
 
-class WheelEndToEnd : public ::testing::TestWithParam<SourceKit> {
+class WheelEndToEnd : public DesktopTest<::testing::TestWithParam<SourceKit>> {
 protected:
-    void SetUp() override {
-        if (qEnvironmentVariableIsEmpty("DISPLAY") || !input.available())
-            GTEST_SKIP() << "needs an X display with XTEST (scripts/test starts Xvfb)";
-        files = {folder.file("Strand.jpg"), folder.file("Meer.jpg")};
+    // A wheel host with `hostArgs` and a source of the test's kind for the test's files.
+    void start(const QStringList& hostArgs = {}) {
+        host = startWheelHost(hostArgs);
+        ASSERT_TRUE(host) << "the wheel host never started";
+        source = startSource(GetParam(), files);
     }
-    void TearDown() override {
-        if (!input.available())
-            return;
-        // Whatever a failed step left pressed is let go, so the next test starts clean.
-        input.keys({"Shift_L", "Control_L", "Super_L"}, false);
-        input.button(false);
-        QThread::msleep(100);
-    }
-
-    void tap(const QStringList& keys) {
-        input.keys(keys, true);
-        QThread::msleep(40);
-        input.keys(keys, false);
+    [[nodiscard]] bool dragFiles(QPoint to) { return ::dragFiles(input, *host, source, to); }
+    std::optional<Shown> tapShift() {
+        input.tap({"Shift_L"});
+        return waitShown(*host);
     }
     void expectFilesKept() {
         for (const QString& file : files)
             EXPECT_TRUE(QFileInfo::exists(file)) << file.toStdString();
     }
     // Lets go of the drag and checks the source was not told to move anything.
-    void dropAndExpectRefused(ChildProcess& host, Source& source) {
-        const qsizetype from = host.allLines().size();
+    void dropAndExpectRefused() {
+        const qsizetype from = host->allLines().size();
         input.button(false);
         // The source ends its drag only after the target has answered a drop, and the host
         // reports it right after it answered.
         const auto result = source.process->waitFor(resultLine);
         ASSERT_TRUE(result) << "the drag never ended";
         EXPECT_NE(result->captured(1), "move");
-        EXPECT_TRUE(host.waitFor(endedLine));
-        host.linesFor(settleMs);
-        EXPECT_FALSE(anyMatch(host.allLines().mid(from), dropLine));
+        EXPECT_TRUE(host->waitFor(endedLine));
+        host->linesFor(settleMs);
+        EXPECT_FALSE(anyMatch(host->allLines().mid(from), dropLine));
         expectFilesKept();
     }
 
     TestFolder folder;
-    QStringList files;
-    SyntheticInput input;
+    const QStringList files{folder.file("Strand.jpg"), folder.file("Meer.jpg")};
     const QPoint open{700, 500};
+    std::unique_ptr<ChildProcess> host;
+    Source source;
 };
+
+using WheelEndToEndDesktop = DesktopTest<>;
 
 } // namespace
 
 TEST_P(WheelEndToEnd, ShiftOpensTheConvertWheelOnThePointerAndASecondTapClosesIt) {
-    auto host = startWheelHost();
-    ASSERT_TRUE(host);
-    Source source = startSource(GetParam(), files);
-    ASSERT_TRUE(dragTo(input, *host, source, open));
-    ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
-
-    tap({"Shift_L"});
-    const auto shown = waitShown(*host);
+    ASSERT_NO_FATAL_FAILURE(start());
+    ASSERT_TRUE(dragFiles(open));
+    const auto shown = tapShift();
     ASSERT_TRUE(shown);
     EXPECT_EQ(shown->panel, QRect(open - QPoint(150, 150), QSize(300, 300)));
     EXPECT_EQ(shown->operations, OperationRegistry::convertOperations(files).size());
 
-    tap({"Shift_L"});
+    input.tap({"Shift_L"});
     EXPECT_TRUE(host->waitFor(hiddenLine)) << host->allLines().join('\n').toStdString();
-    dropAndExpectRefused(*host, source);
+    dropAndExpectRefused();
 
     // Near the screen's corner the panel is clamped to it and no longer centred.
-    ASSERT_TRUE(dragTo(input, *host, source, {20, 30}));
-    ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
-    tap({"Shift_L"});
-    const auto clamped = waitShown(*host);
+    ASSERT_TRUE(dragFiles({20, 30}));
+    const auto clamped = tapShift();
     ASSERT_TRUE(clamped);
     EXPECT_EQ(clamped->panel.topLeft(), QPoint(0, 0));
     input.glide({20, 30}, {1000, 800}, 4);
-    dropAndExpectRefused(*host, source);
+    dropAndExpectRefused();
 }
 
 TEST_P(WheelEndToEnd, HoverHighlightsAndRestingInTheCentreTurnsTwoPagesInOneAndAHalfSeconds) {
-    auto host = startWheelHost({"--operations", "20"});
-    ASSERT_TRUE(host);
-    Source source = startSource(GetParam(), files);
-    ASSERT_TRUE(dragTo(input, *host, source, open));
-    ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
-    tap({"Shift_L"});
-    ASSERT_TRUE(waitShown(*host));
+    ASSERT_NO_FATAL_FAILURE(start({"--operations", "20"}));
+    ASSERT_TRUE(dragFiles(open));
+    ASSERT_TRUE(tapShift());
 
     input.glide(open, segmentPoint(open, 1, 8), 5);
     EXPECT_TRUE(host->waitFor(QRegularExpression("^state visible=1 .* page=0 hovered=1$")));
@@ -168,15 +163,12 @@ TEST_P(WheelEndToEnd, HoverHighlightsAndRestingInTheCentreTurnsTwoPagesInOneAndA
     EXPECT_EQ(pages, QStringList({"1", "2"})) << rest.join('\n').toStdString();
 
     // A drop in the centre is refused.
-    dropAndExpectRefused(*host, source);
+    dropAndExpectRefused();
 }
 
 TEST_P(WheelEndToEnd, ADropOnASegmentDeliversTheOperationAndTheFilesWhichStayInPlace) {
-    auto host = startWheelHost();
-    ASSERT_TRUE(host);
-    Source source = startSource(GetParam(), files);
-    ASSERT_TRUE(dragTo(input, *host, source, open));
-    ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
+    ASSERT_NO_FATAL_FAILURE(start());
+    ASSERT_TRUE(dragFiles(open));
     // Shift stays down through the drop: GTK then offers nothing but "move".
     input.keys({"Shift_L"}, true);
     ASSERT_TRUE(waitShown(*host));
@@ -197,28 +189,23 @@ TEST_P(WheelEndToEnd, ADropOnASegmentDeliversTheOperationAndTheFilesWhichStayInP
 }
 
 TEST_P(WheelEndToEnd, DropsOnAnEmptySlotOrOutsideTheRingAreRefused) {
-    auto host = startWheelHost({"--operations", "2"});
-    ASSERT_TRUE(host);
-    Source source = startSource(GetParam(), files);
+    ASSERT_NO_FATAL_FAILURE(start({"--operations", "2"}));
     for (const QPoint target : {segmentPoint(open, 2, 4), open + QPoint(140, 140)}) {
-        ASSERT_TRUE(dragTo(input, *host, source, open));
-        ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
-        tap({"Shift_L"});
-        ASSERT_TRUE(waitShown(*host));
+        ASSERT_TRUE(dragFiles(open));
+        ASSERT_TRUE(tapShift());
         input.glide(open, target, 5);
         QThread::msleep(150);
-        dropAndExpectRefused(*host, source);
+        dropAndExpectRefused();
         host->linesFor(400); // let the wheel close before the next drag
     }
 }
 
 TEST_P(WheelEndToEnd, TextDragsCapsLockAndTwoKeysAtOnceOpenNothing) {
-    auto host = startWheelHost();
-    ASSERT_TRUE(host);
+    ASSERT_NO_FATAL_FAILURE(start());
     {
         Source text = startSource(GetParam(), {}, true);
         ASSERT_TRUE(dragTo(input, *host, text, open));
-        tap({"Shift_L"});
+        input.tap({"Shift_L"});
         const QStringList lines = host->linesFor(600);
         EXPECT_FALSE(anyMatch(lines, recognised));
         EXPECT_FALSE(anyMatch(lines, shownLine));
@@ -226,20 +213,17 @@ TEST_P(WheelEndToEnd, TextDragsCapsLockAndTwoKeysAtOnceOpenNothing) {
         ASSERT_TRUE(text.process->waitFor(resultLine));
         EXPECT_FALSE(anyMatch(host->linesFor(settleMs), endedLine));
     }
-    Source source = startSource(GetParam(), files);
-    ASSERT_TRUE(dragTo(input, *host, source, open));
-    ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
-    tap({"Caps_Lock"});
+    ASSERT_TRUE(dragFiles(open));
+    input.tap({"Caps_Lock"});
     EXPECT_FALSE(anyMatch(host->linesFor(400), shownLine)) << "caps lock is no wheel key";
-    tap({"Caps_Lock"});
+    input.tap({"Caps_Lock"});
     input.keys({"Shift_L", "Control_L"}, true);
     EXPECT_FALSE(anyMatch(host->linesFor(400), shownLine)) << "two keys at once are no press";
     input.keys({"Shift_L", "Control_L"}, false);
     QThread::msleep(100);
-    tap({"Shift_L"});
-    EXPECT_TRUE(waitShown(*host)) << "the drag is still watched";
+    EXPECT_TRUE(tapShift()) << "the drag is still watched";
     input.glide(open, {1000, 800}, 4);
-    dropAndExpectRefused(*host, source);
+    dropAndExpectRefused();
 }
 
 INSTANTIATE_TEST_SUITE_P(Sources, WheelEndToEnd, ::testing::Values(SourceKit::qt, SourceKit::gtk),
@@ -247,19 +231,14 @@ INSTANTIATE_TEST_SUITE_P(Sources, WheelEndToEnd, ::testing::Values(SourceKit::qt
                              return info.param == SourceKit::qt ? "Qt" : "Gtk";
                          });
 
-TEST(WheelEndToEndDesktop, ADragWithoutDragDataOpensNothing) {
-    SyntheticInput input;
-    if (qEnvironmentVariableIsEmpty("DISPLAY") || !input.available())
-        GTEST_SKIP() << "needs an X display with XTEST";
+TEST_F(WheelEndToEndDesktop, ADragWithoutDragDataOpensNothing) {
     auto host = startWheelHost();
     ASSERT_TRUE(host);
     // Like moving a window or drawing a selection: the button is down, nothing offers data.
     input.moveTo({1200, 700});
     input.button(true);
     input.glide({1200, 700}, {1400, 850}, 8);
-    input.keys({"Shift_L"}, true);
-    QThread::msleep(40);
-    input.keys({"Shift_L"}, false);
+    input.tap({"Shift_L"});
     input.button(false);
     EXPECT_TRUE(host->waitFor(pressedLine));
     host->linesFor(500);
@@ -267,18 +246,13 @@ TEST(WheelEndToEndDesktop, ADragWithoutDragDataOpensNothing) {
     EXPECT_FALSE(anyMatch(host->allLines(), endedLine));
 }
 
-TEST(WheelEndToEndDesktop, KeyPressToVisibleWheelOverTwentyOpenings) {
-    SyntheticInput input;
-    if (qEnvironmentVariableIsEmpty("DISPLAY") || !input.available())
-        GTEST_SKIP() << "needs an X display with XTEST";
+TEST_F(WheelEndToEndDesktop, KeyPressToVisibleWheelOverTwentyOpenings) {
     TestFolder folder;
-    const QStringList files = {folder.file("Bild.png")};
     auto host = startWheelHost();
     ASSERT_TRUE(host);
-    Source source = startSource(SourceKit::qt, files);
+    Source source = startSource(SourceKit::qt, {folder.file("Bild.png")});
     const QPoint open(900, 500);
-    ASSERT_TRUE(dragTo(input, *host, source, open));
-    ASSERT_TRUE(host->waitFor(recognised)) << transcript(*host, source);
+    ASSERT_TRUE(dragFiles(input, *host, source, open));
     std::vector<double> millis;
     for (int i = 0; i < 20; ++i) {
         const long long pressed = monotonicMicros();
@@ -288,9 +262,7 @@ TEST(WheelEndToEndDesktop, KeyPressToVisibleWheelOverTwentyOpenings) {
         ASSERT_TRUE(shown) << "opening " << i;
         millis.push_back(double(shown->micros - pressed) / 1000);
         QThread::msleep(30);
-        input.keys({"Shift_L"}, true);
-        QThread::msleep(30);
-        input.keys({"Shift_L"}, false);
+        input.tap({"Shift_L"});
         ASSERT_TRUE(host->waitFor(hiddenLine)) << host->allLines().join('\n').toStdString();
         host->linesFor(250); // the panel leaves the screen
     }
@@ -299,10 +271,9 @@ TEST(WheelEndToEndDesktop, KeyPressToVisibleWheelOverTwentyOpenings) {
     std::cout << "key press to visible wheel, in order (ms):";
     for (double ms : millis)
         std::cout << ' ' << std::lround(ms);
-    std::cout << '\n';
     std::sort(millis.begin(), millis.end());
     const double median = (millis[9] + millis[10]) / 2;
-    std::cout << "key press to visible wheel: median " << median << " ms, worst " << millis.back()
+    std::cout << "\nkey press to visible wheel: median " << median << " ms, worst " << millis.back()
               << " ms\n";
     RecordProperty("median_ms", std::to_string(median));
     RecordProperty("worst_ms", std::to_string(millis.back()));
@@ -311,10 +282,7 @@ TEST(WheelEndToEndDesktop, KeyPressToVisibleWheelOverTwentyOpenings) {
     EXPECT_LT(millis.back(), 400);
 }
 
-TEST(WheelEndToEndDesktop, InHoldActivationTheWheelFollowsTheKey) {
-    SyntheticInput input;
-    if (qEnvironmentVariableIsEmpty("DISPLAY") || !input.available())
-        GTEST_SKIP() << "needs an X display with XTEST";
+TEST_F(WheelEndToEndDesktop, InHoldActivationTheWheelFollowsTheKey) {
     TestFolder folder;
     auto host = startWheelHost({"--activation", "hold"});
     ASSERT_TRUE(host);
