@@ -5,6 +5,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
+#include <gtest/gtest.h>
 #include <stdexcept>
 
 namespace tramix::test {
@@ -31,6 +33,34 @@ QString TestFolder::folder(const QString& name) const {
     const QString full = path(name);
     QDir().mkpath(full);
     return full;
+}
+
+QStringList TestFolder::names() const {
+    return namesIn(dir_.path());
+}
+
+QStringList namesIn(const QString& folder) {
+    return QDir(folder).entryList(
+        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+}
+
+QString readText(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll())
+                                          : QStringLiteral("(missing)");
+}
+
+QString toolOutput(const QString& program, const QStringList& arguments, const QString& folder) {
+    QProcess process;
+    process.setWorkingDirectory(folder);
+    process.start(program, arguments);
+    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit ||
+        process.exitCode() != 0) {
+        ADD_FAILURE() << program.toStdString() << " " << arguments.join(' ').toStdString()
+                      << " failed: " << process.readAllStandardError().toStdString();
+        return {};
+    }
+    return QString::fromUtf8(process.readAllStandardOutput());
 }
 
 QStringList ids(const QList<FileOperation>& operations) {

@@ -1,13 +1,12 @@
 #include "TestImages.h"
 
 #include "Image/VipsRuntime.h"
+#include "TestFiles.h"
 
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QProcess>
-#include <gtest/gtest.h>
-#include <stdexcept>
+#include <cmath>
 
 namespace tramix::test {
 
@@ -52,13 +51,7 @@ QString saveImage(const VImage& image, const QString& path, const QString& optio
 }
 
 QString exiftool(const QStringList& arguments) {
-    QProcess process;
-    process.start(QStringLiteral("exiftool"), arguments);
-    if (!process.waitForFinished(30000) || process.exitCode() != 0) {
-        ADD_FAILURE() << "exiftool failed: " << process.readAllStandardError().toStdString();
-        return {};
-    }
-    return QString::fromUtf8(process.readAllStandardOutput());
+    return toolOutput(QStringLiteral("exiftool"), arguments);
 }
 
 QJsonObject tagsOf(const QString& path) {

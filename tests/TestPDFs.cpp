@@ -1,8 +1,9 @@
 #include "TestPDFs.h"
 
+#include "TestFiles.h"
+
 #include <QProcess>
 #include <QRegularExpression>
-#include <gtest/gtest.h>
 
 namespace tramix::test {
 
@@ -83,18 +84,6 @@ QByteArray textPDF(const QStringList& pageTexts) {
     for (const QString& text : pageTexts)
         pages.append(TextPage(text));
     return pagesPDF(pages);
-}
-
-QString toolOutput(const QString& program, const QStringList& arguments) {
-    QProcess process;
-    process.start(program, arguments);
-    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit ||
-        process.exitCode() != 0) {
-        ADD_FAILURE() << program.toStdString()
-                      << " failed: " << process.readAllStandardError().toStdString();
-        return {};
-    }
-    return QString::fromUtf8(process.readAllStandardOutput());
 }
 
 int pageCountOf(const QString& pdf) {

@@ -23,12 +23,9 @@ struct TextPage {
     QString linkURI; // a link annotation over the text, when not empty
 };
 
-// A PDF with one page per entry.
+// A PDF with one page per entry; without any, one that qpdf and poppler open but has no pages.
 QByteArray pagesPDF(const QList<TextPage>& pages);
 QByteArray textPDF(const QStringList& pageTexts);
-
-// Runs a tool and returns its standard output; fails the test when it does not succeed.
-QString toolOutput(const QString& program, const QStringList& arguments);
 
 int pageCountOf(const QString& pdf);
 // "595 x 842" as pdfinfo shows the page's size (points, rounded as pdfinfo does) and rotation.
