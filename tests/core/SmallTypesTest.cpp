@@ -1,77 +1,63 @@
+#include "ChildProcess.h"
 #include "ConversionError.h"
 #include "DurationText.h"
-#include "FileKind.h"
 #include "SizeCheck.h"
 #include "TestFiles.h"
-#include "WheelMode.h"
 
-#include <QFileInfo>
 #include <gtest/gtest.h>
 #include <stdexcept>
 
-using tramix::ConversionError;
-using tramix::FileKind;
-using tramix::WheelMode;
+using namespace tramix;
+using test::errorOf;
 
 TEST(ConversionError, DescriptionsAreTheUserFacingSentences) {
     const auto unreadable = ConversionError::unreadable("a.pdf");
-    EXPECT_EQ(unreadable.errorDescription().toStdString(),
-              "\u201Ea.pdf\u201C konnte nicht gelesen werden.");
+    EXPECT_EQ(unreadable.errorDescription(), "„a.pdf“ konnte nicht gelesen werden.");
     // what() carries the same text, so generic handlers show it too.
-    EXPECT_STREQ(unreadable.what(), "\u201Ea.pdf\u201C konnte nicht gelesen werden.");
-    EXPECT_EQ(tramix::describeError(ConversionError::unsupported("HEIC-Export")).toStdString(),
+    EXPECT_STREQ(unreadable.what(), "„a.pdf“ konnte nicht gelesen werden.");
+    EXPECT_EQ(describeError(ConversionError::unsupported("HEIC-Export")),
               "Nicht unterstützt: HEIC-Export");
     // A sentence is shown unchanged, even one that looks like a placeholder.
-    EXPECT_EQ(ConversionError::failed("Seite %1 fehlt.").errorDescription().toStdString(),
-              "Seite %1 fehlt.");
-    EXPECT_EQ(tramix::describeError(std::runtime_error("Kein Platz")).toStdString(), "Kein Platz");
+    EXPECT_EQ(ConversionError::failed("Seite %1 fehlt.").errorDescription(), "Seite %1 fehlt.");
+    EXPECT_EQ(describeError(std::runtime_error("Kein Platz")), "Kein Platz");
 }
 
 TEST(DurationText, MillisecondsBelowOneSecondThenTenths) {
-    EXPECT_EQ(tramix::durationText(0.34).toStdString(), "340 ms");
+    EXPECT_EQ(durationText(0.34), "340 ms");
     // Truncated, never rounded up to "1000 ms".
-    EXPECT_EQ(tramix::durationText(0.9999).toStdString(), "999 ms");
-    EXPECT_EQ(tramix::durationText(1.0).toStdString(), "1.0 s");
-    EXPECT_EQ(tramix::durationText(12.44).toStdString(), "12.4 s");
+    EXPECT_EQ(durationText(0.9999), "999 ms");
+    EXPECT_EQ(durationText(1.0), "1.0 s");
+    EXPECT_EQ(durationText(12.44), "12.4 s");
 }
 
 TEST(SizeCheck, RequiresAtLeastThreePercentLess) {
-    tramix::test::TestFolder dir;
+    test::TestFolder dir;
     const QString input = dir.file("input.bin", QByteArray(1000, 'a'));
     const QString exact = dir.file("exact.bin", QByteArray(970, 'b'));
-    EXPECT_NO_THROW(tramix::SizeCheck::requireSmaller(exact, input, "Das Video"));
-    EXPECT_TRUE(QFileInfo::exists(exact));
-
     const QString larger = dir.file("larger.bin", QByteArray(980, 'c'));
-    try {
-        tramix::SizeCheck::requireSmaller(larger, input, "Das Video");
-        ADD_FAILURE() << "98 % of the input must be refused";
-    } catch (const ConversionError& error) {
-        EXPECT_EQ(error.errorDescription().toStdString(),
-                  "Das Video ist bereits optimal komprimiert.");
-    }
-    EXPECT_FALSE(QFileInfo::exists(larger));
-
+    EXPECT_EQ(errorOf([&] { SizeCheck::requireSmaller(exact, input, "Das Video"); }), "(no error)");
+    EXPECT_EQ(errorOf([&] { SizeCheck::requireSmaller(larger, input, "Das Video"); }),
+              "Das Video ist bereits optimal komprimiert.");
     // An unknown size accepts the output rather than destroying it.
-    EXPECT_NO_THROW(tramix::SizeCheck::requireSmaller(input, dir.path("gone.bin"), "Das Video"));
-    EXPECT_TRUE(QFileInfo::exists(input));
+    EXPECT_NO_THROW(SizeCheck::requireSmaller(input, dir.path("gone.bin"), "Das Video"));
+    EXPECT_EQ(dir.names(), QStringList({"exact.bin", "input.bin"}));
 }
 
-TEST(RawValues, RoundTripInDeclaredOrder) {
-    QStringList kinds;
-    for (FileKind kind : FileKind::allCases()) {
-        kinds.append(kind.rawValue());
-        EXPECT_EQ(FileKind::fromRawValue(kind.rawValue()), kind);
-    }
-    EXPECT_EQ(kinds.join(' ').toStdString(),
-              "image pdf audio video document spreadsheet archive folder other");
-    EXPECT_EQ(FileKind::fromRawValue(u"Image"), std::nullopt);
+TEST(ChildProcess, ReportsTheToolsOwnErrorTextOrNamesTheSilentTool) {
+    test::TestFolder dir;
+    const QString sh = QStringLiteral("/bin/sh");
+    // Working folder and merged environment reach the child; standard output is discarded.
+    QProcessEnvironment extra;
+    extra.insert("TRAMIX_PROBE", "seen");
+    ChildProcess::run(sh, {"-c", "echo noise; printf %s \"$TRAMIX_PROBE\" > probe"}, dir.path("."),
+                      extra);
+    EXPECT_EQ(test::readText(dir.path("probe")), "seen");
 
-    QStringList modes;
-    for (WheelMode mode : WheelMode::allCases()) {
-        modes.append(mode.rawValue() + '=' + mode.title());
-        EXPECT_EQ(WheelMode::fromRawValue(mode.rawValue()), mode);
-    }
-    EXPECT_EQ(modes.join(' ').toStdString(), "convert=Formate tools=Werkzeuge actions=Aktionen");
-    EXPECT_EQ(WheelMode::fromRawValue(u"formate"), std::nullopt);
+    EXPECT_EQ(
+        errorOf([&] {
+            ChildProcess::run(sh, {"-c", "printf '  zip: Nothing to do!\\n\\t' >&2; exit 12"});
+        }),
+        "zip: Nothing to do!");
+    EXPECT_EQ(errorOf([&] { ChildProcess::run(sh, {"-c", "exit 3"}); }), "sh ist fehlgeschlagen.");
+    EXPECT_NE(errorOf([&] { ChildProcess::run(dir.path("missing-tool"), {}); }), "(no error)");
 }
