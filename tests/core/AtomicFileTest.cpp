@@ -1,16 +1,14 @@
 #include "AtomicFile.h"
 
-#include "ConversionError.h"
 #include "TestFiles.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <gtest/gtest.h>
 #include <stdexcept>
 
 using namespace tramix;
-using tramix::test::TestFolder;
+using test::readText;
 
 namespace {
 
@@ -20,16 +18,7 @@ void fill(const QString& path, const QByteArray& bytes) {
     file.write(bytes);
 }
 
-QByteArray contentOf(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
-}
-
-QStringList everything(const TestFolder& dir) {
-    return QDir(dir.path(".")).entryList(QDir::Files | QDir::Hidden, QDir::Name);
-}
-
-std::vector<NameReservation> reserve(const TestFolder& dir, const QStringList& names) {
+std::vector<NameReservation> reserve(const test::TestFolder& dir, const QStringList& names) {
     std::vector<NameReservation> reserved;
     for (const QString& name : names)
         reserved.emplace_back(dir.path(name));
@@ -38,37 +27,31 @@ std::vector<NameReservation> reserve(const TestFolder& dir, const QStringList& n
 
 } // namespace
 
-TEST(AtomicFile, FailedWritesLeaveNothingAndGiveTheNameBack) {
-    TestFolder dir;
+TEST(AtomicFile, FailedWritesLeaveNothingAndATakenNameMovesOnWithoutReplacing) {
+    test::TestFolder dir;
     EXPECT_THROW(AtomicFile::write(NameReservation(dir.path("out.png")),
                                    [](const QString& temporary) {
                                        fill(temporary, "half");
                                        throw std::runtime_error("encoder died");
                                    }),
                  std::runtime_error);
-    EXPECT_TRUE(everything(dir).isEmpty());
+    EXPECT_TRUE(dir.names().isEmpty());
+    // The failed write gave its name back.
+    EXPECT_EQ(AtomicFile::writeBytes(NameReservation(dir.path("out.png")), [] { return "whole"; }),
+              dir.path("out.png"));
+    EXPECT_EQ(readText(dir.path("out.png")), "whole");
 
-    EXPECT_EQ(AtomicFile::writeBytes(NameReservation(dir.path("out.png")),
-                                     [] { return QByteArray("whole"); }),
-              dir.path("out.png"))
-        << "name given back";
-    EXPECT_EQ(contentOf(dir.path("out.png")), "whole");
-    EXPECT_EQ(everything(dir), QStringList{"out.png"});
-}
-
-TEST(AtomicFile, ANameTakenMeanwhileMovesOnAndNothingIsReplaced) {
-    TestFolder dir;
     NameReservation report(dir.path("report.pdf"));
     dir.file("report.pdf", "the user's own");
-    EXPECT_EQ(AtomicFile::writeBytes(std::move(report), [] { return QByteArray("ours"); }),
+    EXPECT_EQ(AtomicFile::writeBytes(std::move(report), [] { return "ours"; }),
               dir.path("report 2.pdf"));
-    EXPECT_EQ(contentOf(dir.path("report.pdf")), "the user's own");
-    EXPECT_EQ(contentOf(dir.path("report 2.pdf")), "ours");
-    EXPECT_EQ(everything(dir), (QStringList{"report 2.pdf", "report.pdf"}));
+    EXPECT_EQ(readText(dir.path("report.pdf")), "the user's own");
+    EXPECT_EQ(readText(dir.path("report 2.pdf")), "ours");
+    EXPECT_EQ(dir.names(), (QStringList{"out.png", "report 2.pdf", "report.pdf"}));
 }
 
 TEST(AtomicFile, WritesSeveralResultsAllOrNone) {
-    TestFolder dir;
+    test::TestFolder dir;
     const QStringList names{"Teil 1.pdf", "Teil 2.pdf", "Teil 3.pdf"};
 
     // Fails after two of three are written: no temporary, no result, names given back.
@@ -80,7 +63,7 @@ TEST(AtomicFile, WritesSeveralResultsAllOrNone) {
                                           throw std::runtime_error("disk full");
                                       }),
                  std::runtime_error);
-    EXPECT_TRUE(everything(dir).isEmpty());
+    EXPECT_TRUE(dir.names().isEmpty());
 
     // Written whole, each under its own name, with the temporaries beside them; a name that
     // another program took meanwhile moves on to the next free one for that file alone.
@@ -95,13 +78,12 @@ TEST(AtomicFile, WritesSeveralResultsAllOrNone) {
                           QFileInfo(dir.path(names[i])).absolutePath());
                 fill(temporaries[i], names[i].toUtf8());
             }
-            EXPECT_EQ(everything(dir).size(), 4) << "none in place before all are done";
+            EXPECT_EQ(dir.names().size(), 4) << "none in place before all are done";
         });
     EXPECT_EQ(written, (QStringList{dir.path("Teil 1.pdf"), dir.path("Teil 2 2.pdf"),
                                     dir.path("Teil 3.pdf")}));
-    EXPECT_EQ(everything(dir),
-              (QStringList{"Teil 1.pdf", "Teil 2 2.pdf", "Teil 2.pdf", "Teil 3.pdf"}));
-    EXPECT_EQ(contentOf(dir.path("Teil 2.pdf")), "the user's own");
+    EXPECT_EQ(dir.names(), (QStringList{"Teil 1.pdf", "Teil 2 2.pdf", "Teil 2.pdf", "Teil 3.pdf"}));
+    EXPECT_EQ(readText(dir.path("Teil 2.pdf")), "the user's own");
     for (qsizetype i = 0; i < names.size(); ++i)
-        EXPECT_EQ(contentOf(written[i]), names[i].toUtf8());
+        EXPECT_EQ(readText(written[i]), names[i]);
 }

@@ -9,18 +9,13 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <algorithm>
 #include <barrier>
 #include <gtest/gtest.h>
 #include <thread>
 #include <vector>
 
-using tramix::NameReservation;
-using tramix::OutputContext;
-using tramix::test::TestFolder;
-
-// Every test works in its own temporary folder, so names held by one test cannot collide with
-// another's.
+using namespace tramix;
+using test::TestFolder;
 
 namespace {
 
@@ -57,36 +52,31 @@ TEST(NameReservations, ANameIsHeldUntilItsReservationIsDroppedOrCommitted) {
     EXPECT_EQ(NameReservation(x).path(), x) << "committed, the table holds the name no longer";
 }
 
-TEST(NameReservations, CompoundHiddenAndSuffixedNames) {
+TEST(NameReservations, DestinationsAreNumberedBeforeTheWholeExtension) {
     TestFolder dir;
-    const OutputContext context;
+    const OutputContext beside;
     dir.file("a.pdf");
-    EXPECT_EQ(name(context.destination(dir.file("a.png"), "pdf")), "a 2.pdf");
-    EXPECT_EQ(name(context.destination(dir.file("data.tar.gz"), "zip")), "data.zip");
-    EXPECT_EQ(name(context.destination(dir.file("Backup.TAR.GZ"), "zip")), "Backup.zip");
+    EXPECT_EQ(name(beside.destination(dir.file("a.png"), "pdf")), "a 2.pdf");
+    EXPECT_EQ(name(beside.destination(dir.file("Backup.TAR.GZ"), "zip")), "Backup.zip");
     // The number goes before the whole ".tar.gz", not between "tar" and "gz".
     EXPECT_EQ(name(NameReservation(dir.file("Archiv.tar.gz"))), "Archiv 2.tar.gz");
     // A leading dot is part of the name, not an extension.
     EXPECT_EQ(name(NameReservation(dir.file(".profile"))), ".profile 2");
-    EXPECT_EQ(name(context.destination(dir.file("clip.mov"), "mp4", "S")), "clip S.mp4");
-}
+    EXPECT_EQ(name(beside.destination(dir.file("clip.mov"), "mp4", "S")), "clip S.mp4");
+    EXPECT_EQ(beside.destination(dir.path("zwei/p.png"), "jpg").path(), dir.path("zwei/p.jpg"));
 
-TEST(NameReservations, SharedFolderNumbersOutputsAgainstEachOther) {
-    TestFolder dir;
+    // A shared output folder numbers the outputs of all inputs against each other.
     const QString out = dir.folder("Ausgabe");
-    const OutputContext context{out, 0.85};
-    const NameReservation first = context.destination(dir.file("eins/p.png"), "jpg");
-    const NameReservation second = context.destination(dir.file("zwei/p.png"), "jpg");
-    const NameReservation third = context.destinationNamed("p.jpg", dir.path("drei/q.zip"));
+    const OutputContext shared{out, 0.85};
+    const NameReservation first = shared.destination(dir.file("eins/p.png"), "jpg");
+    const NameReservation second = shared.destination(dir.file("zwei/p.png"), "jpg");
+    const NameReservation third = shared.destinationNamed("p.jpg", dir.path("drei/q.zip"));
     EXPECT_EQ(first.path(), out + "/p.jpg");
     EXPECT_EQ(second.path(), out + "/p 2.jpg");
     EXPECT_EQ(third.path(), out + "/p 3.jpg");
-    // Without a folder each output goes next to its own input.
-    EXPECT_EQ(OutputContext{}.destination(dir.path("zwei/p.png"), "jpg").path(),
-              dir.path("zwei/p.jpg"));
 }
 
-TEST(NameReservations, CommitMovesOnWhenAnotherProgramTookTheName) {
+TEST(NameReservations, ACommitNeverReplacesWhatAnotherProgramMadeMeanwhile) {
     TestFolder dir;
     NameReservation notes(dir.path("notes.txt"));
     // Between reservation and commit, another program writes both the name and the next one.
@@ -98,12 +88,25 @@ TEST(NameReservations, CommitMovesOnWhenAnotherProgramTookTheName) {
     }),
               dir.path("notes 3.txt"));
     EXPECT_EQ(notes.path(), dir.path("notes 3.txt"));
-    QFile theirs(dir.path("notes.txt"));
-    ASSERT_TRUE(theirs.open(QIODevice::ReadOnly));
-    EXPECT_EQ(theirs.readAll(), "theirs");
+    EXPECT_EQ(test::readText(dir.path("notes.txt")), "theirs");
+
+    NameReservation pages(dir.path("Seiten"));
+    dir.file("Seiten/eigene.txt", "theirs");
+    EXPECT_EQ(pages.commit(&FolderTree::createNew), dir.path("Seiten 2"));
+    EXPECT_EQ(test::namesIn(dir.path("Seiten")), QStringList{"eigene.txt"});
+
+    // A finished folder moved into place does not replace even an empty one.
+    const QString staged = QFileInfo(dir.file(".Fotos.part/bild.jpg", "ours")).absolutePath();
+    NameReservation photos(dir.path("Fotos"));
+    dir.folder("Fotos");
+    EXPECT_EQ(
+        photos.commit([&](const QString& path) { return FolderTree::moveIntoPlace(staged, path); }),
+        dir.path("Fotos 2"));
+    EXPECT_TRUE(QDir(dir.path("Fotos")).isEmpty());
+    EXPECT_TRUE(QFileInfo::exists(dir.path("Fotos 2/bild.jpg")));
 }
 
-TEST(NameReservations, FoldersNeverReuseOrReplaceAnExistingOne) {
+TEST(NameReservations, FoldersNeverReuseAnExistingOne) {
     TestFolder dir;
     const QString input = dir.file("Bericht.pdf");
     dir.file("Bericht Seiten/eigene.txt", "the user's own");
@@ -111,27 +114,9 @@ TEST(NameReservations, FoldersNeverReuseOrReplaceAnExistingOne) {
     EXPECT_EQ(first, dir.path("Bericht Seiten 2"));
     EXPECT_TRUE(QFileInfo(first).isDir() && QDir(first).isEmpty());
     EXPECT_EQ(OutputContext{}.makeFolder(input, "Seiten"), dir.path("Bericht Seiten 3"));
-
-    // A folder made by another program between reservation and creation is left to it.
-    NameReservation pages(dir.path("Seiten"));
-    dir.file("Seiten/eigene.txt", "theirs");
-    EXPECT_EQ(pages.commit(&tramix::FolderTree::createNew), dir.path("Seiten 2"));
-    EXPECT_EQ(QDir(dir.path("Seiten")).entryList(QDir::Files), QStringList{"eigene.txt"});
-
-    // A finished folder moved into place does not replace even an empty one.
-    const QString staged = QFileInfo(dir.file(".Fotos.part/bild.jpg", "ours")).absolutePath();
-    NameReservation photos(dir.path("Fotos"));
-    dir.folder("Fotos");
-    EXPECT_EQ(photos.commit([&](const QString& path) {
-        return tramix::FolderTree::moveIntoPlace(staged, path);
-    }),
-              dir.path("Fotos 2"));
-    EXPECT_TRUE(QDir(dir.path("Fotos")).isEmpty());
-    EXPECT_TRUE(QFileInfo::exists(dir.path("Fotos 2/bild.jpg")));
-
     // A regular file cannot hold a folder.
     const OutputContext blocked{dir.file("plain.txt"), 0.85};
-    EXPECT_THROW(blocked.makeFolder(input), tramix::ConversionError);
+    EXPECT_THROW(blocked.makeFolder(input), ConversionError);
 }
 
 TEST(NameReservations, ConcurrentCallersNeverShareANameAndLeaveNoGaps) {
@@ -150,14 +135,14 @@ TEST(NameReservations, ConcurrentCallersNeverShareANameAndLeaveNoGaps) {
             });
         }
     }
-    std::vector<std::string> all, expected = {"x.jpg"};
+    QStringList all, expected = {"x.jpg"};
     for (const auto& reservations : held) {
         for (const NameReservation& reservation : reservations)
-            all.push_back(name(reservation).toStdString());
+            all.append(name(reservation));
     }
     for (int n = 2; n <= threads * perThread; ++n)
-        expected.push_back("x " + std::to_string(n) + ".jpg");
-    std::sort(all.begin(), all.end());
-    std::sort(expected.begin(), expected.end());
+        expected.append(QString("x %1.jpg").arg(n));
+    all.sort();
+    expected.sort();
     EXPECT_EQ(all, expected);
 }

@@ -1,7 +1,6 @@
 #include "Catalogue/OperationRegistry.h"
 
 #include "Catalogue/Catalogue.h"
-#include "ConversionError.h"
 #include "Image/ImageFormat.h"
 #include "TestFiles.h"
 
@@ -12,7 +11,6 @@
 using namespace tramix;
 using test::errorOf;
 using test::ids;
-using test::TestFolder;
 
 namespace {
 
@@ -30,10 +28,14 @@ QList<FileOperation> actions(const QStringList& paths, const DesktopHandlers* de
     return OperationRegistry::operations(WheelMode::actions, paths, desktop);
 }
 
+QStringList convertIds(const QStringList& paths) {
+    return ids(OperationRegistry::convertOperations(paths));
+}
+
 } // namespace
 
 TEST(OperationRegistry, EveryRowIsReachableAndNoWheelShowsAnIdTwice) {
-    TestFolder dir;
+    test::TestFolder dir;
     // Two files of each kind, since a file is not offered its own format.
     QList<QStringList> samples = {{dir.folder("Ordner")}, {dir.file("h.jpg"), dir.file("i.pdf")}};
     for (const char* name : {"a.jpg", "a.png", "b.pdf", "c.mp3", "c.wav", "d.mp4", "d.mov",
@@ -43,9 +45,9 @@ TEST(OperationRegistry, EveryRowIsReachableAndNoWheelShowsAnIdTwice) {
     for (const QStringList& paths : samples) {
         for (WheelMode mode : WheelMode::allCases()) {
             const QStringList list = ids(OperationRegistry::operations(mode, paths));
-            EXPECT_EQ(QSet<QString>(list.begin(), list.end()).size(), list.size())
-                << list.join(' ').toStdString();
-            offered.unite(QSet<QString>(list.begin(), list.end()));
+            const QSet<QString> unique(list.begin(), list.end());
+            EXPECT_EQ(unique.size(), list.size()) << list.join(' ').toStdString();
+            offered.unite(unique);
         }
     }
     const QRegularExpression shape("^(convert\\.[a-z]+\\.[a-z0-9]+|tool\\.[a-z]+\\.[a-z0-9]+|"
@@ -59,72 +61,60 @@ TEST(OperationRegistry, EveryRowIsReachableAndNoWheelShowsAnIdTwice) {
     }
 }
 
-TEST(OperationRegistry, NoFilesOrMixedKindsGetOnlyTheActions) {
-    TestFolder dir;
+TEST(OperationRegistry, NoFilesGetNothingAndMixedKindsOnlyTheActions) {
+    test::TestFolder dir;
     for (WheelMode mode : WheelMode::allCases())
         EXPECT_TRUE(OperationRegistry::operations(mode, {}).isEmpty());
     const QStringList mixed = {dir.file("a.jpg"), dir.file("b.png"), dir.file("c.pdf")};
     EXPECT_TRUE(OperationRegistry::convertOperations(mixed).isEmpty());
     EXPECT_TRUE(OperationRegistry::toolOperations(mixed).isEmpty());
-    // The actions are the same for every set of files; packing comes last, with its own symbol.
+    // The actions are the same for every set of files; packing comes last, as one archive.
     const QStringList expected = {"action.airdrop", "action.float",    "action.copy", "action.move",
                                   "action.path",    "action.terminal", "archive.zip"};
     EXPECT_EQ(ids(actions(mixed)), expected);
     EXPECT_EQ(ids(actions({dir.folder("Ordner")})), expected);
-    EXPECT_EQ(actions(mixed).last().symbol, "archivebox");
     EXPECT_EQ(actions(mixed).last().style, OperationStyle::combined);
 }
 
 TEST(OperationRegistry, FormatsAreNotOfferedToFilesAlreadyInThem) {
-    TestFolder dir;
+    test::TestFolder dir;
     // Built from what this machine can write, so the test does not depend on libvips' build.
     QStringList all;
     for (const ImageFormat& format : ImageFormat::writable())
         all.append("convert.image." + format.ext);
     all.append("convert.image.pdf");
-    QStringList withoutPng = all;
-    withoutPng.removeAll("convert.image.png");
-    EXPECT_EQ(ids(OperationRegistry::convertOperations({dir.file("a.png"), dir.file("b.PNG")})),
-              withoutPng);
-    EXPECT_EQ(ids(OperationRegistry::convertOperations({dir.file("c.jpg"), dir.file("d.png")})),
-              all);
+    EXPECT_EQ(convertIds({dir.file("c.jpg"), dir.file("d.png")}), all);
+    all.removeAll("convert.image.png");
+    EXPECT_EQ(convertIds({dir.file("a.png"), dir.file("b.PNG")}), all);
     // jpeg is the same format as jpg, and .tar.gz one format rather than .gz.
-    EXPECT_FALSE(ids(OperationRegistry::convertOperations({dir.file("e.jpeg")}))
-                     .contains("convert.image.jpg"));
-    const QStringList tgz =
-        ids(OperationRegistry::convertOperations({dir.file("f.tar.gz"), dir.file("g.TGZ")}));
+    EXPECT_FALSE(convertIds({dir.file("e.jpeg")}).contains("convert.image.jpg"));
+    const QStringList tgz = convertIds({dir.file("f.tar.gz"), dir.file("g.TGZ")});
     EXPECT_FALSE(tgz.contains("convert.archive.tgz"));
     EXPECT_TRUE(tgz.contains("convert.archive.zip"));
-    const QStringList both =
-        ids(OperationRegistry::convertOperations({dir.file("h.zip"), dir.file("i.tar.gz")}));
+    const QStringList both = convertIds({dir.file("h.zip"), dir.file("i.tar.gz")});
     EXPECT_TRUE(both.contains("convert.archive.zip") && both.contains("convert.archive.tgz"));
 
     const auto folders = OperationRegistry::convertOperations({dir.folder("Ordner")});
     EXPECT_EQ(ids(folders), QStringList({"archive.zip", "archive.tgz"}));
     EXPECT_EQ(folders.first().style, OperationStyle::combined);
-    EXPECT_FALSE(folders.first().symbol.has_value());
 }
 
-TEST(OperationRegistry, ImagesToPdfDetailCountsTheImages) {
-    TestFolder dir;
-    const auto detail = [&](const QStringList& paths) {
-        return find(OperationRegistry::toolOperations(paths), "tool.image.pdf").detail;
+TEST(OperationRegistry, ImagesToPdfIsOneDocumentNamedByTheImageCount) {
+    test::TestFolder dir;
+    const auto toPDF = [&](const QStringList& paths) {
+        return find(OperationRegistry::toolOperations(paths), "tool.image.pdf");
     };
-    EXPECT_EQ(detail({dir.file("a.jpg")}), "Als PDF");
-    EXPECT_EQ(detail({dir.file("b.jpg"), dir.file("c.jpg")}), "2 Bilder zu einem PDF");
-    EXPECT_EQ(detail({dir.file("d.jpg"), dir.file("e.jpg"), dir.file("f.png")}),
-              "3 Bilder zu einem PDF");
-    EXPECT_EQ(find(OperationRegistry::toolOperations({dir.file("g.png")}), "tool.image.pdf").style,
-              OperationStyle::combined);
+    EXPECT_EQ(toPDF({dir.file("a.jpg")}).detail, "Als PDF");
+    EXPECT_EQ(toPDF({dir.file("b.jpg"), dir.file("c.png")}).detail, "2 Bilder zu einem PDF");
+    EXPECT_EQ(toPDF({dir.file("d.png")}).style, OperationStyle::combined);
 }
 
 TEST(OperationRegistry, ActionsRunOnTheDesktopOrSayWhatTheyNeed) {
-    TestFolder dir;
+    test::TestFolder dir;
     const QStringList files = {dir.file("a.txt"), dir.file("b.txt")};
     const QString sentence = "Die Aktion „KOPIEREN“ braucht die Zwischenablage des Desktops und "
                              "geht nur in der laufenden Tramix-App, nicht in der Befehlszeile.";
     EXPECT_EQ(OperationRegistry::needsDesktop("action.copy"), sentence);
-    EXPECT_EQ(OperationRegistry::needsDesktop("archive.zip"), std::nullopt);
     EXPECT_EQ(OperationRegistry::needsDesktop("tool.pdf.compress"), std::nullopt);
     const OutputContext context;
     EXPECT_EQ(errorOf([&] { find(actions(files), "action.copy").perform(files, context); }),
@@ -137,13 +127,12 @@ TEST(OperationRegistry, ActionsRunOnTheDesktopOrSayWhatTheyNeed) {
     EXPECT_EQ(copy.style, OperationStyle::instant);
     EXPECT_TRUE(copy.perform(files, context).isEmpty());
     EXPECT_EQ(copied, files);
-    EXPECT_EQ(
-        errorOf([&] { find(actions(files, &desktop), "action.path").perform(files, context); }),
-        "Nicht unterstützt: Pfad kopieren");
+    const FileOperation path = find(actions(files, &desktop), "action.path");
+    EXPECT_EQ(errorOf([&] { path.perform(files, context); }), "Nicht unterstützt: Pfad kopieren");
 }
 
 TEST(OperationRegistry, FailingPerformThrowsAndGivesItsNameBack) {
-    TestFolder dir;
+    test::TestFolder dir;
     const QString input = dir.file("x.png");
     const OutputContext context;
     for (const QString id : {"convert.image.jpg", "convert.image.pdf"}) {
