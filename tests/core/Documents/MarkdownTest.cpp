@@ -1,18 +1,13 @@
 #include "Documents/Markdown.h"
 
-#include "ConversionError.h"
 #include "Documents/DocumentConverter.h"
 #include "TestFiles.h"
 
-#include <QFile>
-#include <QFileInfo>
 #include <gtest/gtest.h>
 
 using namespace tramix;
 
 namespace {
-
-const QString head = QStringLiteral("<!doctype html>\n<html><head><meta charset=\"utf-8\"><title>");
 
 // The blocks between "<body>\n" and "\n</body></html>".
 QString body(const QString& markdown) {
@@ -22,23 +17,7 @@ QString body(const QString& markdown) {
     return html.mid(start, end - start);
 }
 
-QString readAll(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
-
 } // namespace
-
-TEST(Markdown, TheDocumentFrameCarriesTheEscapedTitleAndTheStyle) {
-    EXPECT_EQ(Markdown::toHTML(QString(), QStringLiteral("A & B <1>")),
-              head + "A &amp; B &lt;1&gt;" +
-                  "</title>\n<style>body{font-family:-apple-system,Helvetica,sans-serif;"
-                  "font-size:12pt;line-height:1.5;max-width:42em;margin:2em auto;color:#1d1d1f}\n"
-                  "code,pre{font-family:Menlo,monospace;font-size:10.5pt;background:#f4f4f2}"
-                  "pre{padding:.8em;border-radius:6px}\nblockquote{color:#6e6e73;border-left:3px "
-                  "solid #f2581f;margin-left:0;padding-left:1em}</style></head>\n<body>\n"
-                  "\n</body></html>");
-}
 
 TEST(Markdown, HeadingsRulesAndQuotesEndParagraphs) {
     EXPECT_EQ(Markdown::headingLevel("# Eins"), 1);
@@ -107,38 +86,34 @@ TEST(Markdown, InlineMarkupAppliesItsSubstitutionsInOrder) {
 
 TEST(Markdown, DocumentConverterWritesMarkdownFilesAsHTMLOnly) {
     test::TestFolder folder;
+    const auto convert = [](const QString& input, const DocumentFormat& format) {
+        return DocumentConverter::convert(input, format, {});
+    };
     const QString notes = folder.file("Notizen & Ideen.md", "# Plan\n\n- **los**\n");
-    const QString html = DocumentConverter::convert(notes, DocumentFormat::html, OutputContext{});
+    const QString html = convert(notes, DocumentFormat::html);
     EXPECT_EQ(html, folder.path("Notizen & Ideen.html"));
-    EXPECT_EQ(readAll(html), Markdown::toHTML("# Plan\n\n- **los**\n", "Notizen & Ideen"));
-    EXPECT_TRUE(readAll(html).contains("<title>Notizen &amp; Ideen</title>"));
+    EXPECT_EQ(test::readText(html), Markdown::toHTML("# Plan\n\n- **los**\n", "Notizen & Ideen"));
+    EXPECT_TRUE(test::readText(html).contains("<title>Notizen &amp; Ideen</title>"));
     // Never overwritten: a second run takes the next free name.
-    EXPECT_EQ(DocumentConverter::convert(notes, DocumentFormat::html, OutputContext{}),
-              folder.path("Notizen & Ideen 2.html"));
+    EXPECT_EQ(convert(notes, DocumentFormat::html), folder.path("Notizen & Ideen 2.html"));
 
     // Text that is not UTF-8 is read as Latin-1; a BOM is not part of the text.
     const QString latin = folder.file("alt.markdown", "Gr\xfc\xdf"
                                                       "e");
-    EXPECT_TRUE(readAll(DocumentConverter::convert(latin, DocumentFormat::html, OutputContext{}))
-                    .contains(QString::fromUtf8("<p>Grüße</p>")));
+    EXPECT_TRUE(test::readText(convert(latin, DocumentFormat::html)).contains("<p>Grüße</p>"));
     const QString bom = folder.file("bom.md", "\xef\xbb\xbf# Kopf");
-    EXPECT_TRUE(readAll(DocumentConverter::convert(bom, DocumentFormat::html, OutputContext{}))
+    EXPECT_TRUE(test::readText(convert(bom, DocumentFormat::html))
                     .contains("<body>\n<h1>Kopf</h1>\n</body>"));
 
-    auto failure = [](const QString& input, const DocumentFormat& format) {
-        try {
-            DocumentConverter::convert(input, format, OutputContext{});
-        } catch (const ConversionError& error) {
-            return error.errorDescription();
-        }
-        return QStringLiteral("(no error)");
+    const auto failure = [&](const QString& input, const DocumentFormat& format) {
+        return test::errorOf([&] { convert(input, format); });
     };
     EXPECT_EQ(failure(folder.path("fehlt.md"), DocumentFormat::html),
-              QString::fromUtf8("„fehlt.md“ konnte nicht gelesen werden."));
-    EXPECT_EQ(failure(notes, DocumentFormat::pdf),
-              QString::fromUtf8("Nicht unterstützt: Dokumentumwandlung in PDF"));
+              "„fehlt.md“ konnte nicht gelesen werden.");
+    EXPECT_EQ(failure(notes, DocumentFormat::pdf), "Nicht unterstützt: Dokumentumwandlung in PDF");
     EXPECT_EQ(failure(folder.file("brief.txt", "x"), DocumentFormat::html),
-              QString::fromUtf8("Nicht unterstützt: Dokumentumwandlung in HTML"));
-    EXPECT_FALSE(QFileInfo::exists(folder.path("Notizen & Ideen.pdf")));
-    EXPECT_FALSE(QFileInfo::exists(folder.path("brief.html")));
+              "Nicht unterstützt: Dokumentumwandlung in HTML");
+    EXPECT_EQ(folder.names(),
+              QStringList({"Notizen & Ideen 2.html", "Notizen & Ideen.html", "Notizen & Ideen.md",
+                           "alt.html", "alt.markdown", "bom.html", "bom.md", "brief.txt"}));
 }

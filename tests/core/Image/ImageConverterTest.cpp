@@ -1,16 +1,15 @@
 #include "Image/ImageConverter.h"
 
 #include "Catalogue/OperationRegistry.h"
-#include "ConversionError.h"
 #include "Image/ImageFormat.h"
 #include "JobRunner.h"
 #include "TestFiles.h"
 #include "TestImages.h"
+#include "TestPDFs.h"
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
+#include <QtEndian>
 #include <gtest/gtest.h>
 #include <zlib.h>
 
@@ -33,8 +32,15 @@ VImage open(const QString& path) {
     return VImage::new_from_file(QFile::encodeName(path).constData());
 }
 
-QStringList filesIn(const TestFolder& dir) {
-    return QDir(dir.path(".")).entryList(QDir::Files | QDir::Hidden);
+// A PNG chunk: length, type, data and checksum, numbers big-endian.
+QByteArray chunk(const QByteArray& type, const QByteArray& data) {
+    const auto bigEndian = [](quint32 value) {
+        const quint32 bytes = qToBigEndian(value);
+        return QByteArray(reinterpret_cast<const char*>(&bytes), 4);
+    };
+    const QByteArray body = type + data;
+    return bigEndian(data.size()) + body +
+           bigEndian(crc32(0, reinterpret_cast<const Bytef*>(body.constData()), body.size()));
 }
 
 } // namespace
@@ -45,7 +51,7 @@ TEST(ImageConverter, ConvertTurnsPixelsUprightAndKeepsGPSAndIPTC) {
     for (const ImageFormat& format : {ImageFormat::png, ImageFormat::heic, ImageFormat::webp,
                                       ImageFormat::avif, ImageFormat::tiff, ImageFormat::jpg}) {
         SCOPED_TRACE(format.ext.toStdString());
-        const QString output = ImageConverter::convert(photo, format, OutputContext());
+        const QString output = ImageConverter::convert(photo, format, {});
         EXPECT_EQ(QFileInfo(output).fileName(),
                   format == ImageFormat::jpg ? "photo 2.jpg" : "photo." + format.ext);
         const VImage image = open(output);
@@ -55,15 +61,11 @@ TEST(ImageConverter, ConvertTurnsPixelsUprightAndKeepsGPSAndIPTC) {
         EXPECT_TRUE(isNear(pixelAt(output, 16, 56), blue));
 
         const QJsonObject tags = tagsOf(output);
-        for (const QString key : {"IFD0:Orientation", "XMP-tiff:Orientation"}) {
-            if (tags.contains(key)) {
-                EXPECT_EQ(tags[key].toInt(), 1) << key.toStdString();
-            }
-        }
+        // Where the format records an orientation at all, it says "upright".
+        EXPECT_EQ(tags["IFD0:Orientation"].toInt(1), 1);
+        EXPECT_EQ(tags["XMP-tiff:Orientation"].toInt(1), 1);
         EXPECT_NEAR(tags["GPS:GPSLatitude"].toDouble(), 48.1, 1e-6);
-        const bool keywordKept = tags["IPTC:Keywords"].toString() == "Urlaub" ||
-                                 tags["XMP-dc:Subject"].toString() == "Urlaub";
-        EXPECT_TRUE(keywordKept);
+        EXPECT_TRUE(tags["IPTC:Keywords"] == "Urlaub" || tags["XMP-dc:Subject"] == "Urlaub");
         EXPECT_FALSE(tags.contains("IFD1:ThumbnailOffset"));
     }
 }
@@ -82,7 +84,7 @@ TEST(ImageConverter, OpensEveryImageFormatThatLibvipsReads) {
     }
     for (const QString& input : inputs) {
         SCOPED_TRACE(input.toStdString());
-        const QString output = ImageConverter::convert(input, ImageFormat::png, OutputContext());
+        const QString output = ImageConverter::convert(input, ImageFormat::png, {});
         EXPECT_EQ(open(output).width(), 48);
         EXPECT_TRUE(isNear(pixelAt(output, 4, 16), red));
         EXPECT_TRUE(isNear(pixelAt(output, 44, 16), blue));
@@ -95,7 +97,7 @@ TEST(ImageConverter, TransparencyIsFlattenedOntoWhiteOnlyWhereTheFormatHasNone) 
         saveImage(halves(40, 20, {0, 0, 0, 0}, {0, 160, 0, 255}), dir.path("clear.png"));
     for (const ImageFormat& format : {ImageFormat::jpg, ImageFormat::bmp, ImageFormat::webp}) {
         SCOPED_TRACE(format.ext.toStdString());
-        const QString output = ImageConverter::convert(png, format, OutputContext());
+        const QString output = ImageConverter::convert(png, format, {});
         const VImage image = open(output);
         EXPECT_EQ(image.has_alpha(), format.supportsAlpha);
         if (!format.supportsAlpha) {
@@ -105,49 +107,45 @@ TEST(ImageConverter, TransparencyIsFlattenedOntoWhiteOnlyWhereTheFormatHasNone) 
     }
 }
 
-TEST(ImageConverter, CompressShrinksLargeImagesAndChoosesTheFormatByAlpha) {
+TEST(ImageConverter, CompressShrinksLargeImagesChoosesTheFormatByAlphaOrRefuses) {
     TestFolder dir;
     const QString big = saveImage(photoLike(5000, 3000), dir.path("big.png"));
-    const QString jpg = ImageConverter::compress(big, OutputContext());
+    const QString jpg = ImageConverter::compress(big, {});
     EXPECT_EQ(QFileInfo(jpg).fileName(), "big komprimiert.jpg");
-    const VImage shrunk = open(jpg);
-    EXPECT_EQ(shrunk.width(), 3840);
-    EXPECT_LE(shrunk.height(), 2304);
+    EXPECT_EQ(open(jpg).width(), 3840);
+    EXPECT_LE(open(jpg).height(), 2304);
     EXPECT_LT(QFileInfo(jpg).size(), QFileInfo(big).size() * 3 / 4);
 
     const QString clear = saveImage(
         photoLike(600, 400).bandjoin(VImage::black(600, 400) + 200).cast(VIPS_FORMAT_UCHAR),
         dir.path("clear.png"));
-    const QString heic = ImageConverter::compress(clear, OutputContext());
+    const QString heic = ImageConverter::compress(clear, {});
     EXPECT_EQ(QFileInfo(heic).fileName(), "clear komprimiert.heic");
     EXPECT_TRUE(open(heic).has_alpha());
-}
 
-TEST(ImageConverter, CompressRefusesWhatIsAlreadyTightAndLeavesNoFile) {
-    TestFolder dir;
     const QString tight =
         saveImage(photoLike(16, 16), dir.path("tight.jpg"), "[Q=10,optimize_coding,strip]");
-    const QStringList before = filesIn(dir);
-    EXPECT_EQ(errorOf([&] { ImageConverter::compress(tight, OutputContext()); }),
+    EXPECT_EQ(errorOf([&] { ImageConverter::compress(tight, {}); }),
               "Das Bild ist bereits optimal komprimiert.");
-    EXPECT_EQ(filesIn(dir), before);
+    EXPECT_EQ(dir.names(), QStringList({"big komprimiert.jpg", "big.png", "clear komprimiert.heic",
+                                        "clear.png", "tight.jpg"}));
 }
 
 TEST(ImageConverter, WebSizeRefusesSmallImagesAndFitsLargeOnes) {
     TestFolder dir;
     const QString small = saveImage(photoLike(1920, 1080), dir.path("small.jpg"));
-    EXPECT_EQ(errorOf([&] { ImageConverter::resizeForWeb(small, 1920, OutputContext()); }),
+    EXPECT_EQ(errorOf([&] { ImageConverter::resizeForWeb(small, 1920, {}); }),
               "Das Bild ist schon höchstens 1920 px groß.");
 
     const QString large = saveImage(photoLike(3840, 2160), dir.path("large.jpg"));
-    const QString web = ImageConverter::resizeForWeb(large, 1920, OutputContext());
+    const QString web = ImageConverter::resizeForWeb(large, 1920, {});
     EXPECT_EQ(QFileInfo(web).fileName(), "large Web.jpg");
     EXPECT_EQ(open(web).width(), 1920);
     EXPECT_EQ(open(web).height(), 1080);
 
     const QString clear =
         saveImage(halves(2400, 100, {0, 0, 0, 0}, {0, 160, 0, 255}), dir.path("clear.webp"));
-    const QString png = ImageConverter::resizeForWeb(clear, 1920, OutputContext());
+    const QString png = ImageConverter::resizeForWeb(clear, 1920, {});
     EXPECT_EQ(QFileInfo(png).fileName(), "clear Web.png");
     EXPECT_EQ(open(png).width(), 1920);
     EXPECT_EQ(open(png).height(), 80);
@@ -167,7 +165,7 @@ TEST(ImageConverter, StripRemovesAllMetadataButKeepsTheColourProfile) {
         SCOPED_TRACE(name.toStdString());
         const QString input = dir.path(name);
         ASSERT_TRUE(hasGroup(tagsOf(input), "GPS"));
-        const QString output = ImageConverter::stripMetadata(input, OutputContext());
+        const QString output = ImageConverter::stripMetadata(input, {});
         EXPECT_EQ(QFileInfo(output).suffix(), QFileInfo(input).suffix());
         EXPECT_TRUE(QFileInfo(output).completeBaseName().endsWith(" ohne Metadaten"));
         const QJsonObject tags = tagsOf(output);
@@ -194,11 +192,7 @@ TEST(ImageConverter, PDFPagesAreSizedByPixelsAndResolutionAndShowImagesUpright) 
     const QString pdf = ImageConverter::makePDF({print, plain, photo, clear},
                                                 tramix::NameReservation(dir.path("album.pdf")));
 
-    QProcess qpdf;
-    qpdf.start(QStringLiteral("qpdf"), {"--check", pdf});
-    ASSERT_TRUE(qpdf.waitForFinished(30000));
-    EXPECT_EQ(qpdf.exitCode(), 0) << qpdf.readAllStandardOutput().toStdString();
-
+    EXPECT_TRUE(passesCheck(pdf));
     QFile file(pdf);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QByteArray bytes = file.readAll();
@@ -228,42 +222,29 @@ TEST(ImageConverter, PDFPagesAreSizedByPixelsAndResolutionAndShowImagesUpright) 
 TEST(ImageConverter, BadInputsFailAloneWithTheirSentenceAndLeaveNoFile) {
     TestFolder dir;
     // A PNG whose header claims 100,000 × 100,000 pixels, with hardly any pixel data.
-    const auto chunk = [](const QByteArray& type, const QByteArray& data) {
-        QByteArray bytes;
-        for (const auto value : {quint32(data.size()), quint32(0)})
-            for (int shift = 24; shift >= 0; shift -= 8)
-                bytes.append(char((value >> shift) & 0xff));
-        bytes.chop(4);
-        const QByteArray body = type + data;
-        const quint32 crc = crc32(0, reinterpret_cast<const Bytef*>(body.constData()), body.size());
-        bytes += body;
-        for (int shift = 24; shift >= 0; shift -= 8)
-            bytes.append(char((crc >> shift) & 0xff));
-        return bytes;
-    };
-    const QString bombPath = dir.file(
+    const QString bomb = dir.file(
         "bomb.png", QByteArray("\x89PNG\r\n\x1a\n", 8) +
                         chunk("IHDR", QByteArray::fromHex("000186a0000186a00802000000")) +
                         chunk("IDAT", qCompress(QByteArray(64, 0)).mid(4)) + chunk("IEND", {}));
     const QString broken = dir.file("broken.jpg", "this is no image");
     const QString good = saveImage(halves(20, 10, red, blue), dir.path("good.png"));
 
+    const FileOperation toJPG = OperationRegistry::convertOperations({good}).first();
+    ASSERT_EQ(toJPG.id, "convert.image.jpg");
     QElapsedTimer timer;
     timer.start();
-    EXPECT_EQ(
-        errorOf([&] { ImageConverter::convert(bombPath, ImageFormat::jpg, OutputContext()); }),
-        "„bomb.png“ ist mit 100000 × 100000 Pixeln zu groß (höchstens 500 Megapixel).");
-    EXPECT_LT(timer.elapsed(), 2000);
-
-    const FileOperation convertToJPG =
-        OperationRegistry::convertOperations({broken, good, bombPath}).first();
-    ASSERT_EQ(convertToJPG.id, "convert.image.jpg");
-    const JobResult result =
-        JobRunner::run(convertToJPG, {broken, good, bombPath}, OutputContext());
-    ASSERT_EQ(result.outputs.size(), 1);
-    EXPECT_EQ(QFileInfo(result.outputs[0]).fileName(), "good.jpg");
+    const JobResult result = JobRunner::run(toJPG, {broken, good, bomb}, {});
+    EXPECT_LT(timer.elapsed(), 2000) << "the bomb is refused before it is decoded";
+    EXPECT_EQ(result.outputs, QStringList{dir.path("good.jpg")});
     ASSERT_EQ(result.failures.size(), 2);
-    EXPECT_EQ(filesIn(dir), QStringList({"bomb.png", "broken.jpg", "good.jpg", "good.png"}));
+    for (const JobResult::Failure& failure : result.failures) {
+        EXPECT_EQ(
+            failure.message,
+            failure.input == broken
+                ? "„broken.jpg“ konnte nicht gelesen werden."
+                : "„bomb.png“ ist mit 100000 × 100000 Pixeln zu groß (höchstens 500 Megapixel).");
+    }
+    EXPECT_EQ(dir.names(), QStringList({"bomb.png", "broken.jpg", "good.jpg", "good.png"}));
 }
 
 TEST(ImageFormat, OwnFormatOfAFileIsItsWritableExtensionElsePNG) {
