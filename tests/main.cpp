@@ -5,32 +5,12 @@
 #include <gtest/gtest.h>
 #include <vector>
 
-namespace {
-
-// Every test, and every program a test starts, works in a fresh folder that goes at the end:
-// whatever they leave in their working directory (LibreOffice leaves an NSS database) never
-// lands in the checkout or the build tree.
-class ScratchWorkingDirectory {
-public:
-    ScratchWorkingDirectory()
-        : previous_(QDir::currentPath())
-        , folder_(QDir::tempPath() + QStringLiteral("/TramixTests-XXXXXX")) {
-        entered_ = folder_.isValid() && QDir::setCurrent(folder_.path());
-    }
-    ~ScratchWorkingDirectory() { QDir::setCurrent(previous_); }
-    bool entered() const { return entered_; }
-
-private:
-    QString previous_;
-    QTemporaryDir folder_;
-    bool entered_ = false;
-};
-
-} // namespace
-
 int main(int argc, char** argv) {
-    ScratchWorkingDirectory scratch;
-    if (!scratch.entered()) {
+    // Every test, and every program a test starts, works in a fresh folder that goes at the end:
+    // whatever they leave in their working directory (LibreOffice leaves an NSS database) never
+    // lands in the checkout or the build tree.
+    const QTemporaryDir scratch(QDir::tempPath() + QStringLiteral("/TramixTests-XXXXXX"));
+    if (!scratch.isValid() || !QDir::setCurrent(scratch.path())) {
         std::fprintf(stderr, "No scratch working directory could be made.\n");
         return 1;
     }

@@ -16,8 +16,8 @@ namespace {
 std::vector<std::string> files;
 bool textOnly = false;
 
-void say(const char* line) {
-    std::printf("%s\n", line);
+void say(const std::string& line) {
+    std::printf("%s\n", line.c_str());
     std::fflush(stdout);
 }
 
@@ -46,7 +46,7 @@ void dataGet(GtkWidget*, GdkDragContext*, GtkSelectionData* data, guint info, gu
 }
 
 void dataDelete(GtkWidget*, GdkDragContext*, gpointer) {
-    std::printf("delete requested\n");
+    say("delete requested");
     removeFiles();
 }
 
@@ -56,8 +56,7 @@ gboolean pressed(GtkWidget*, GdkEvent*, gpointer) {
 }
 
 void actionChanged(GdkDragContext*, GdkDragAction action, gpointer) {
-    std::printf("action %s\n", actionName(action));
-    std::fflush(stdout);
+    say(std::string("action ") + actionName(action));
 }
 
 void dragBegin(GtkWidget*, GdkDragContext* context, gpointer) {
@@ -69,13 +68,11 @@ void dragEnd(GtkWidget*, GdkDragContext* context, gpointer) {
     const GdkDragAction action = gdk_drag_context_get_selected_action(context);
     if (action == GDK_ACTION_MOVE)
         removeFiles();
-    std::printf("result %s\n", actionName(action));
-    std::fflush(stdout);
+    say(std::string("result ") + actionName(action));
 }
 
 gboolean dragFailed(GtkWidget*, GdkDragContext*, GtkDragResult, gpointer) {
-    std::printf("failed\n");
-    std::fflush(stdout);
+    say("failed");
     return TRUE; // no snap-back animation
 }
 
@@ -83,8 +80,7 @@ void mapped(GtkWidget* window, GdkEvent*, gpointer) {
     int x = 0, y = 0, w = 0, h = 0;
     gtk_window_get_position(GTK_WINDOW(window), &x, &y);
     gtk_window_get_size(GTK_WINDOW(window), &w, &h);
-    std::printf("ready %d %d\n", x + w / 2, y + h / 2);
-    std::fflush(stdout);
+    say("ready " + std::to_string(x + w / 2) + ' ' + std::to_string(y + h / 2));
 }
 
 } // namespace

@@ -23,14 +23,7 @@ void say(const QByteArray& line) {
 }
 
 const char* actionName(Qt::DropAction action) {
-    switch (action) {
-    case Qt::MoveAction:
-        return "move";
-    case Qt::CopyAction:
-        return "copy";
-    default:
-        return "ignore";
-    }
+    return action == Qt::MoveAction ? "move" : action == Qt::CopyAction ? "copy" : "ignore";
 }
 
 class Source : public QWidget {

@@ -8,9 +8,9 @@
 #include "Drag/DragMonitor.h"
 #include "Drag/WheelController.h"
 #include "Drag/WheelWiring.h"
+#include "Settings/AppSettings.h"
 
 #include <QApplication>
-#include <QTextStream>
 #include <chrono>
 #include <cstdio>
 
@@ -48,21 +48,15 @@ int main(int argc, char** argv) {
     WheelController wheel;
     monitor.log = [](const QString& message) { say("log " + message); };
     wheel.log = monitor.log;
+    const auto defaultMode = [](ModifierKey key) -> std::optional<WheelMode> {
+        for (const auto& [mode, bound] : AppSettings::defaultKeys()) {
+            if (bound == key)
+                return WheelMode(mode);
+        }
+        return std::nullopt;
+    };
     WheelWiring::connect(monitor, wheel,
-                         {[](ModifierKey key) -> std::optional<WheelMode> {
-                              switch (key) {
-                              case ModifierKey::shift:
-                                  return WheelMode::convert;
-                              case ModifierKey::command:
-                                  return WheelMode::tools;
-                              case ModifierKey::control:
-                                  return WheelMode::actions;
-                              case ModifierKey::option:
-                                  break;
-                              }
-                              return std::nullopt;
-                          },
-                          [activation] { return activation; },
+                         {defaultMode, [activation] { return activation; },
                           [count](WheelMode mode, const QStringList& paths) {
                               return count >= 0 ? numbered(count)
                                                 : OperationRegistry::operations(mode, paths);
@@ -70,15 +64,10 @@ int main(int argc, char** argv) {
 
     wheel.onShown = [&wheel] {
         const QRect r = wheel.panelGeometry();
-        say(QStringLiteral("shown-us %1 %2 %3 %4 %5 %6")
-                .arg(qint64(std::chrono::duration_cast<std::chrono::microseconds>(
-                                std::chrono::steady_clock::now().time_since_epoch())
-                                .count()))
-                .arg(r.x())
-                .arg(r.y())
-                .arg(r.width())
-                .arg(r.height())
-                .arg(wheel.model().operations().size()));
+        const auto now = std::chrono::duration_cast<std::chrono::microseconds>(
+            std::chrono::steady_clock::now().time_since_epoch());
+        say(QString::asprintf("shown-us %lld %d %d %d %d %lld", qint64(now.count()), r.x(), r.y(),
+                              r.width(), r.height(), qint64(wheel.model().operations().size())));
     };
     wheel.onDrop = [](const FileOperation& op, const QStringList& paths, QPoint) {
         say(QStringLiteral("drop %1 %2").arg(op.id, paths.join('|')));
@@ -86,12 +75,11 @@ int main(int argc, char** argv) {
     WheelModel& model = wheel.model();
     QString last;
     QObject::connect(&model, &WheelModel::changed, [&] {
-        const QString state =
-            QStringLiteral("state visible=%1 mode=%2 page=%3 hovered=%4")
-                .arg(model.visible())
-                .arg(model.mode().rawValue())
-                .arg(model.page())
-                .arg(model.hovered() ? QString::number(*model.hovered()) : QStringLiteral("none"));
+        const QString hovered =
+            model.hovered() ? QString::number(*model.hovered()) : QStringLiteral("none");
+        const QString state = QString::asprintf(
+            "state visible=%d mode=%s page=%d hovered=%s", int(model.visible()),
+            qPrintable(model.mode().rawValue()), int(model.page()), qPrintable(hovered));
         if (state != last)
             say(state);
         last = state;
