@@ -14,12 +14,17 @@
 #include <vector>
 
 using namespace tramix;
-using tramix::test::runTramix;
+using namespace tramix::test;
 
 namespace {
 
 QString joined(const QStringList& lines) {
     return lines.join(u'\n') + u'\n';
+}
+
+QByteArray contents(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
 }
 
 // One line per operation: id, title and detail, tab-separated.
@@ -55,7 +60,7 @@ TEST(CLI, ListPrintsTheWheelsOperationsInCatalogueOrderOneLineEach) {
     EXPECT_EQ(nothing.out, "");
 
     // Relative paths are taken from the working folder.
-    tramix::test::TestFolder folder;
+    TestFolder folder;
     folder.folder("Fotos");
     EXPECT_EQ(
         runTramix({"--list", "convert", "Fotos"}, folder.path(".")).out,
@@ -75,6 +80,7 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
          "der laufenden Tramix-App, nicht in der Befehlszeile."},
         {{"--frobnicate", "x"}, "Fehler: Unbekannter Befehl --frobnicate"},
         {{"--LIST", "convert", "a.jpg"}, "Fehler: Unbekannter Befehl --LIST"},
+        {{"--HELP"}, "Fehler: Unbekannter Befehl --HELP"},
         {{"--render-icon"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-menu"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-menubar-icon"}, "Fehler: Ausgabepfad fehlt."},
@@ -89,15 +95,13 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
     }
 
     // Renderings of the other platforms check their arguments, then say they are not built.
-    tramix::test::TestFolder folder;
+    TestFolder folder;
     const QString unwritten = folder.path("never-written.png");
-    for (const QStringList& args : {QStringList{"--render-editor", "crop", unwritten, "a.jpg"},
-                                    {"--render-scene", unwritten},
-                                    {"--render-og", unwritten},
-                                    {"--render-shelf", unwritten},
-                                    {"--render-dmg-background", unwritten},
-                                    {"--render-welcome", unwritten},
-                                    {"--render-settings", unwritten}}) {
+    QList<QStringList> renderings = {{"--render-editor", "crop", unwritten, "a.jpg"}};
+    for (const char* command : {"--render-scene", "--render-og", "--render-shelf",
+                                "--render-dmg-background", "--render-welcome", "--render-settings"})
+        renderings.append({command, unwritten});
+    for (const QStringList& args : renderings) {
         const auto result = runTramix(args);
         EXPECT_EQ(result.status, 1) << args.first().toStdString();
         EXPECT_TRUE(result.out.startsWith("Fehler: Nicht unterstützt: "))
@@ -107,9 +111,8 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
 }
 
 TEST(CLI, RunPrintsOutputsThenFailuresThenTheDurationThenTheCount) {
-    tramix::test::TestFolder folder;
-    tramix::test::saveImage(tramix::test::halves(20, 10, tramix::test::red, tramix::test::blue),
-                            folder.path("Urlaub.jpg"));
+    TestFolder folder;
+    saveImage(halves(20, 10, red, blue), folder.path("Urlaub.jpg"));
     folder.file("sub/Strand.jpeg", "no image at all");
     folder.file("sub/Meer.jpg", "neither");
     const auto result =
@@ -139,8 +142,8 @@ TEST(CLI, ProcessesConvertingIntoOneFolderAtOnceNeverShareAName) {
     constexpr int processes = 16;
     // Sixteen sanitized programs on two cores: generous, and only spent when something hangs.
     constexpr qint64 patienceMs = 100'000;
-    tramix::test::TestFolder folder;
-    tramix::test::saveImage(tramix::test::photoLike(800, 600), folder.path("same.jpg"));
+    TestFolder folder;
+    saveImage(photoLike(800, 600), folder.path("same.jpg"));
     std::vector<std::unique_ptr<QProcess>> running;
     for (int i = 0; i < processes; ++i) {
         running.push_back(std::make_unique<QProcess>());
@@ -169,48 +172,38 @@ TEST(CLI, ProcessesConvertingIntoOneFolderAtOnceNeverShareAName) {
     written.append("same.jpg");
     written.sort();
     EXPECT_EQ(written, expected) << "each program names the file it wrote itself";
-    QFile first(folder.path("same.png"));
-    ASSERT_TRUE(first.open(QIODevice::ReadOnly));
-    const QByteArray whole = first.readAll();
-    for (const QString& path : printed) {
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-        EXPECT_EQ(file.readAll(), whole) << path.toStdString();
-    }
+    const QByteArray whole = contents(folder.path("same.png"));
+    for (const QString& path : printed)
+        EXPECT_EQ(contents(path), whole) << path.toStdString();
 }
 
 TEST(CLI, RunConvertsMarkdownAndPacksUnpacksAndRepacksArchives) {
-    tramix::test::TestFolder folder;
+    TestFolder folder;
     folder.file("Notizen.md", "# Liste\n\n- **eins**\n- <zwei>\n");
     folder.file("Projekt/README.md", "Hallo");
     folder.file("Projekt/src/main.c", "int main(void) { return 0; }");
 
-    const auto html = runTramix({"--run", "convert.document.html", "Notizen.md"}, folder.path("."));
-    EXPECT_EQ(html.status, 0) << html.out.toStdString();
-    EXPECT_EQ(html.lines().first(), folder.path("Notizen.html"));
-    QFile page(folder.path("Notizen.html"));
-    ASSERT_TRUE(page.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(page.readAll().contains(
-        "<h1>Liste</h1>\n<ul>\n<li><strong>eins</strong></li>\n<li>&lt;zwei&gt;</li>\n</ul>"));
+    // Markdown to HTML, and folder → ZIP → TAR.GZ → folder, each step by its own command.
+    const std::pair<QStringList, QString> steps[] = {
+        {{"convert.document.html", "Notizen.md"}, "Notizen.html"},
+        {{"archive.zip", "Projekt"}, "Projekt.zip"},
+        {{"convert.archive.tgz", "Projekt.zip"}, "Projekt.tar.gz"},
+        {{"convert.archive.extract", "Projekt.tar.gz"}, "Projekt 2"},
+    };
+    for (const auto& [args, output] : steps) {
+        const auto step = runTramix(QStringList{"--run"} + args, folder.path("."));
+        EXPECT_EQ(step.status, 0) << step.out.toStdString();
+        EXPECT_EQ(step.lines().value(0), folder.path(output));
+    }
+    EXPECT_TRUE(contents(folder.path("Notizen.html"))
+                    .contains("<h1>Liste</h1>\n<ul>\n<li><strong>eins</strong></li>\n"
+                              "<li>&lt;zwei&gt;</li>\n</ul>"));
+    EXPECT_EQ(contents(folder.path("Projekt 2/Projekt/src/main.c")),
+              "int main(void) { return 0; }");
     const auto pdf = runTramix({"--run", "convert.document.pdf", "Notizen.md"}, folder.path("."));
     EXPECT_EQ(pdf.status, 1);
     EXPECT_TRUE(pdf.out.startsWith("FEHLER Notizen.md: Nicht unterstützt: "))
         << pdf.out.toStdString();
-
-    // Folder → ZIP → TAR.GZ → folder, each step by its own command.
-    const auto zip = runTramix({"--run", "archive.zip", "Projekt"}, folder.path("."));
-    EXPECT_EQ(zip.status, 0) << zip.out.toStdString();
-    EXPECT_EQ(zip.lines().first(), folder.path("Projekt.zip"));
-    const auto tgz = runTramix({"--run", "convert.archive.tgz", "Projekt.zip"}, folder.path("."));
-    EXPECT_EQ(tgz.status, 0) << tgz.out.toStdString();
-    EXPECT_EQ(tgz.lines().first(), folder.path("Projekt.tar.gz"));
-    const auto back =
-        runTramix({"--run", "convert.archive.extract", "Projekt.tar.gz"}, folder.path("."));
-    EXPECT_EQ(back.status, 0) << back.out.toStdString();
-    EXPECT_EQ(back.lines().first(), folder.path("Projekt 2"));
-    QFile source(folder.path("Projekt 2/Projekt/src/main.c"));
-    ASSERT_TRUE(source.open(QIODevice::ReadOnly));
-    EXPECT_EQ(source.readAll(), "int main(void) { return 0; }");
 
     // Two archives at once: the damaged one gets its line, the good one its result.
     folder.file("Kaputt.zip", "kein Archiv");

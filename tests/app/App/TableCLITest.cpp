@@ -52,10 +52,6 @@ TEST(TableCLI, ConvertsEachKindOfTableAndReportsBadOnesWhileTheOthersFinish) {
     ASSERT_EQ(customers.size(), 2);
     EXPECT_EQ(customers[0].toObject()["Name"].toString(), "Müller");
     EXPECT_EQ(customers[1].toObject()["Ort"].toString(), "Bonn; Rhein");
-    EXPECT_TRUE(contents(folder.path("Daten.json")).contains("\"url\": \"https://example.org/a\""));
-    const QJsonObject sheet =
-        QJsonDocument::fromJson(contents(folder.path("Mappe.json"))).array()[0].toObject();
-    EXPECT_EQ(sheet["Spalte 2"].toString(), "b");
 
     // Into a workbook and back out as CSV, as HTML and as TSV.
     const auto xlsx = runTramix({"--run", "convert.sheet.xlsx", "Kunden.csv"}, folder.path("."));
