@@ -22,6 +22,7 @@ namespace {
 struct Fixture : tramix::test::PrivateStores {
     JobCenter jobs{settings, history};
     int sounds = 0;
+    ToastModel::State started;
 
     Fixture() {
         jobs.playSound = [this] { ++sounds; };
@@ -34,9 +35,13 @@ struct Fixture : tramix::test::PrivateStores {
         return saveImage(halves(40, 20, red, blue), folder.path(name));
     }
 
+    const ToastModel::State& toast() { return jobs.toast().model().state(); }
+
+    // Runs the job and waits for its report; `started` is what the toast showed at once.
     JobResult runAndWait(const FileOperation& operation, const QStringList& paths) {
         QSignalSpy finished(&jobs, &JobCenter::jobFinished);
         jobs.run(operation, paths, QPoint(400, 300));
+        started = jobs.toast().isShown() ? toast() : ToastModel::State();
         // Instant operations report before `run` returns.
         if (finished.isEmpty()) {
             EXPECT_TRUE(finished.wait(30000)) << "the job never reported";
@@ -62,29 +67,24 @@ FileOperation fake(OperationStyle style, PerformFunction perform) {
 TEST(JobCenter, ConvertsAJpegToPngAndReportsItDoneWithSoundHistoryAndTotal) {
     Fixture f;
     const QString jpeg = f.photo("Urlaub.jpg");
-    const qint64 totalBefore = f.history.total();
-
     const FileOperation png = pngOperation({jpeg});
-    QSignalSpy finished(&f.jobs, &JobCenter::jobFinished);
-    f.jobs.run(png, {jpeg}, QPoint(400, 300));
-    // The working toast is up at once, with the bare title for a single file.
-    EXPECT_EQ(f.jobs.toast().model().state(), ToastModel::State::makeWorking(png.title));
-    EXPECT_TRUE(f.jobs.toast().isShown());
-    ASSERT_TRUE(finished.wait(30000));
+    f.runAndWait(png, {jpeg});
+    // The working toast was up at once, with the bare title for a single file.
+    EXPECT_EQ(f.started, ToastModel::State::makeWorking(png.title));
 
     EXPECT_TRUE(QFileInfo(f.folder.path("Urlaub.png")).isFile());
-    const ToastModel::State& toast = f.jobs.toast().model().state();
-    EXPECT_EQ(toast.kind, ToastModel::State::done);
-    EXPECT_TRUE(
-        QRegularExpression("^Fertig in (\\d+ ms|\\d+\\.\\d s)$").match(toast.title()).hasMatch())
-        << toast.title().toStdString();
-    EXPECT_EQ(toast.subtitle(), "Urlaub.png");
+    EXPECT_EQ(f.toast().kind, ToastModel::State::done);
+    EXPECT_TRUE(QRegularExpression("^Fertig in (\\d+ ms|\\d+\\.\\d s)$")
+                    .match(f.toast().title())
+                    .hasMatch())
+        << f.toast().title().toStdString();
+    EXPECT_EQ(f.toast().subtitle(), "Urlaub.png");
     EXPECT_EQ(f.sounds, 1);
     ASSERT_EQ(f.history.entries().size(), 1);
     EXPECT_EQ(f.history.entries().first().title, png.title);
     EXPECT_EQ(f.history.entries().first().outputs, QStringList{f.folder.path("Urlaub.png")});
     EXPECT_FALSE(f.history.entries().first().failed);
-    EXPECT_EQ(f.history.total(), totalBefore + 1);
+    EXPECT_EQ(f.history.total(), 1);
 
     // With the sound off, a success stays quiet.
     f.settings.setPlaySound(false);
@@ -97,31 +97,23 @@ TEST(JobCenter, OneDamagedFileOfTwoFailsTheJobButKeepsTheGoodOutput) {
     Fixture f;
     const QString good = f.photo("gut.jpg");
     const QString bad = f.folder.file("kaputt.jpg", "no image at all");
-    const qint64 totalBefore = f.history.total();
     const FileOperation png = pngOperation({good, bad});
-
-    QSignalSpy finished(&f.jobs, &JobCenter::jobFinished);
-    f.jobs.run(png, {good, bad}, QPoint(400, 300));
-    EXPECT_EQ(f.jobs.toast().model().state().title(), png.title + " · 2 Dateien");
-    ASSERT_TRUE(finished.wait(30000));
+    f.runAndWait(png, {good, bad});
+    EXPECT_EQ(f.started.title(), png.title + " · 2 Dateien");
 
     EXPECT_TRUE(QFileInfo(f.folder.path("gut.png")).isFile());
     EXPECT_FALSE(QFileInfo::exists(f.folder.path("kaputt.png")));
-    const ToastModel::State& toast = f.jobs.toast().model().state();
-    EXPECT_EQ(toast.kind, ToastModel::State::failed);
-    EXPECT_EQ(toast.title(), "Fehlgeschlagen");
-    EXPECT_EQ(toast.subtitle(), "„kaputt.jpg“ konnte nicht gelesen werden.");
+    EXPECT_EQ(f.toast(),
+              ToastModel::State::makeFailed("„kaputt.jpg“ konnte nicht gelesen werden."));
     EXPECT_EQ(f.sounds, 0) << "a failure never plays the sound";
     ASSERT_EQ(f.history.entries().size(), 1);
     EXPECT_TRUE(f.history.entries().first().failed);
-    EXPECT_EQ(f.history.total(), totalBefore);
 
     // Of several failures the first one speaks for them, with the count.
-    const QString worse = f.folder.file("leer.jpg", "");
-    f.runAndWait(png, {good, bad, worse});
-    EXPECT_TRUE(f.jobs.toast().model().state().subtitle().startsWith("2 von 3 fehlgeschlagen: „"))
-        << f.jobs.toast().model().state().subtitle().toStdString();
-    EXPECT_EQ(f.history.total(), totalBefore);
+    f.runAndWait(png, {good, bad, f.folder.file("leer.jpg", "")});
+    EXPECT_TRUE(f.toast().subtitle().startsWith("2 von 3 fehlgeschlagen: „"))
+        << f.toast().subtitle().toStdString();
+    EXPECT_EQ(f.history.total(), 0);
 }
 
 TEST(JobCenter, InstantActionsReportNothingAndSettingsChooseTheContext) {
@@ -152,8 +144,7 @@ TEST(JobCenter, InstantActionsReportNothingAndSettingsChooseTheContext) {
 
     // An editor's own result counts as a finished job.
     f.jobs.finished("Zugeschnitten", {f.folder.path("x.png")}, QPoint(10, 10));
-    EXPECT_EQ(f.jobs.toast().model().state(),
-              ToastModel::State::makeDone("Zugeschnitten", {f.folder.path("x.png")}));
+    EXPECT_EQ(f.toast(), ToastModel::State::makeDone("Zugeschnitten", {f.folder.path("x.png")}));
     ASSERT_EQ(f.history.entries().size(), 1);
     EXPECT_FALSE(f.history.entries().first().failed);
 }
@@ -171,7 +162,7 @@ TEST(JobCenter, ALongJobShowsHowManyOfItsFilesAreDone) {
         });
     QList<qsizetype> seen;
     QObject::connect(&f.jobs.toast().model(), &ToastModel::stateChanged, [&] {
-        const ToastModel::State& state = f.jobs.toast().model().state();
+        const ToastModel::State& state = f.toast();
         if (state.kind == ToastModel::State::working && state.total > 0) {
             EXPECT_EQ(state.total, 6);
             EXPECT_EQ(state.subtitle(),
@@ -182,5 +173,5 @@ TEST(JobCenter, ALongJobShowsHowManyOfItsFilesAreDone) {
     f.runAndWait(slow, inputs);
     EXPECT_FALSE(seen.isEmpty()) << "a job of about a second showed no progress";
     EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
-    EXPECT_EQ(f.jobs.toast().model().state().subtitle(), "6 Dateien · Klicken zum Zeigen");
+    EXPECT_EQ(f.toast().subtitle(), "6 Dateien · Klicken zum Zeigen");
 }

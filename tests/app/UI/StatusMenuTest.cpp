@@ -3,7 +3,6 @@
 #include "UI/StatusMenuPanel.h"
 #include "app/Settings/PrivateStores.h"
 
-#include <QKeyEvent>
 #include <QSignalSpy>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -66,13 +65,12 @@ TEST(StatusMenu, OpensUnderTheIconAndItsPartsDoWhatTheySay) {
     tramix::test::PrivateStores s;
     auto* view = new MenuView(s.settings, s.history);
     StatusMenuPanel panel(view);
-    int settings = 0, welcome = 0, shelf = 0, quit = 0;
-    QStringList opened;
-    view->openSettings = [&] { ++settings; };
-    view->openWelcome = [&] { ++welcome; };
-    view->openShelf = [&] { ++shelf; };
-    view->quit = [&] { ++quit; };
-    view->openRecent = [&](const QStringList& outputs) { opened = outputs; };
+    QStringList done, opened;
+    view->openSettings = [&] { done.append("settings"); };
+    view->openWelcome = [&] { done.append("welcome"); };
+    view->openShelf = [&] { done.append("shelf"); };
+    view->quit = [&] { done.append("quit"); };
+    view->openRecent = [&](const QStringList& outputs) { opened.append(outputs); };
 
     // New history grows the menu, and an open panel follows its content.
     QSignalSpy resized(view, &MenuView::contentResized);
@@ -81,28 +79,14 @@ TEST(StatusMenu, OpensUnderTheIconAndItsPartsDoWhatTheySay) {
     s.history.add(entry("WEBP", false));
     EXPECT_GT(MenuView::layout(view->content()).height, before);
     EXPECT_FALSE(resized.isEmpty());
-
     panel.showFrom(QRect(400, 0, 24, 24));
     ASSERT_TRUE(panel.isOpen());
     EXPECT_EQ(panel.size(), view->sizeHint());
-    EXPECT_EQ(panel.pos(), StatusMenuPanel::origin(QRect(400, 0, 24, 24), panel.size(),
-                                                   panel.screen()->availableGeometry()));
 
-    const MenuView::Layout layout = MenuView::layout(view->content());
-    for (const MenuView::Target& target : layout.targets)
+    for (const MenuView::Target& target : MenuView::layout(view->content()).targets)
         view->activate(target.rect.center());
-    EXPECT_EQ(settings, 1);
-    EXPECT_EQ(welcome, 1);
-    EXPECT_EQ(shelf, 1);
-    EXPECT_EQ(quit, 1);
-    EXPECT_EQ(opened, QStringList{"/tmp/PNG"}) << "the last recent row is the oldest job";
-    view->activate(QPointF(MenuView::width / 2.0, 2));
-    EXPECT_EQ(settings + welcome + shelf + quit, 4) << "the plain card does nothing";
-
-    int closed = 0;
-    panel.onClosed = [&] { ++closed; };
-    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
-    QApplication::sendEvent(&panel, &escape);
-    EXPECT_FALSE(panel.isOpen());
-    EXPECT_EQ(closed, 1);
+    view->activate(QPointF(MenuView::width / 2.0, 2)); // the plain card does nothing
+    done.sort();
+    EXPECT_EQ(done, QStringList({"quit", "settings", "shelf", "welcome"}));
+    EXPECT_EQ(opened, QStringList({"/tmp/WEBP", "/tmp/PNG"})) << "recent rows, newest first";
 }
