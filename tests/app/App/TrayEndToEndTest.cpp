@@ -64,10 +64,7 @@ qsizetype visibleAppWindows() {
     return xdotoolSearch({"--classname", "tramix"}).split('\n', Qt::SkipEmptyParts).size();
 }
 
-using TrayApp = DesktopTest<>;
-
-// Points XDG_CONFIG_HOME at a private folder while the test runs, so the app's settings and
-// count start fresh and can be read back.
+// Points XDG_CONFIG_HOME at a private folder while the test runs.
 class ScratchConfig {
 public:
     explicit ScratchConfig(const QString& configHome)
@@ -80,6 +77,8 @@ private:
     QByteArray previous_;
 };
 
+// The app inherits private state and config folders, so its log, settings and count start
+// fresh and can be read back.
 class TrayEndToEnd : public DesktopTest<> {
 protected:
     // Waits until the app's log holds a message starting with `prefix` after the last one
@@ -114,11 +113,10 @@ protected:
         const qsizetype index = ids(operations).indexOf("convert.image.png");
         ASSERT_GE(index, 0);
         ASSERT_LT(index, WheelGeometry::operationsPerPage);
-        const int slots = WheelGeometry::slots(
-            int(std::min<qsizetype>(operations.size(), WheelGeometry::operationsPerPage)));
-        const QPoint target =
-            (QPointF(open - QPoint(150, 150)) + WheelGeometry().labelCenter(int(index), slots))
-                .toPoint();
+        const QPoint target = segmentPoint(
+            open, int(index),
+            WheelGeometry::slots(
+                int(std::min<qsizetype>(operations.size(), WheelGeometry::operationsPerPage))));
 
         Source source = startSource(SourceKit::qt, files);
         ASSERT_TRUE(beginDrag(input, source, open, [this] {
@@ -141,13 +139,12 @@ protected:
     const QPoint open{700, 500};
 };
 
+using TrayApp = TrayEndToEnd;
+
 } // namespace
 
 // One test for all of it: the tray has room for one host on the display.
 TEST_F(TrayApp, StartsWithoutCommandOpensItsMenuFromTheIconAndQuitsFromItsContextMenu) {
-    // The app inherits a private state folder, so its own debug log can be read afterwards.
-    TestFolder folder;
-    ScratchLog log(folder.path("state"));
     ChildProcess host(QStringLiteral(TRAY_HOST_BINARY), {});
     ASSERT_TRUE(host.waitFor(QRegularExpression("^ready$"), startDeadlineMs));
 

@@ -2,7 +2,9 @@
 
 #include <QElapsedTimer>
 #include <QThread>
+#include <cmath>
 #include <gtest/gtest.h>
+#include <numbers>
 
 // Last: Xlib's macros would break the names above.
 #include <X11/Xlib.h>
@@ -117,14 +119,6 @@ void SyntheticInput::releaseAll() {
     QThread::msleep(100);
 }
 
-QPoint SyntheticInput::pointer() {
-    Window root = 0, child = 0;
-    int x = 0, y = 0, wx = 0, wy = 0;
-    unsigned int mask = 0;
-    XQueryPointer(display_, DefaultRootWindow(display_), &root, &child, &x, &y, &wx, &wy, &mask);
-    return {x, y};
-}
-
 bool SyntheticInput::pointerGrabbed() {
     const int status = XGrabPointer(display_, DefaultRootWindow(display_), False, 0, GrabModeAsync,
                                     GrabModeAsync, None, None, CurrentTime);
@@ -143,6 +137,12 @@ bool waitUntil(const std::function<bool()>& done, int timeoutMs) {
         QThread::msleep(50);
     }
     return true;
+}
+
+QPoint segmentPoint(QPoint center, int index, int slots) {
+    const double radius = 94, angle = index * 2 * std::numbers::pi / slots;
+    return center + QPoint(int(std::lround(radius * std::sin(angle))),
+                           int(-std::lround(radius * std::cos(angle))));
 }
 
 std::unique_ptr<ChildProcess> startWheelHost(const QStringList& args) {

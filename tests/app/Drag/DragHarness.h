@@ -64,7 +64,6 @@ public:
     // Lets go of the button and of every key a test presses, so a failed step leaves nothing
     // pressed for the next test.
     void releaseAll();
-    QPoint pointer();
     // Whether some client holds the pointer grabbed (an open popup menu does). Asks by trying to
     // grab it for an instant, so never call it while a client may be about to grab.
     bool pointerGrabbed();
@@ -90,6 +89,11 @@ protected:
 
 // Polls `done` until it holds or the time is up; whether it held.
 bool waitUntil(const std::function<bool()>& done, int timeoutMs = eventDeadlineMs);
+
+// Where the label of `index` sits among `slots` segments of a wheel centred at `center`: on the
+// ring's middle radius, clockwise from the top. Worked out here, not taken from the wheel, so a
+// wheel that draws its segments elsewhere misses.
+QPoint segmentPoint(QPoint center, int index, int slots);
 
 // Microseconds on the monotonic clock, comparable with the host's "shown-us" stamps.
 inline long long monotonicMicros() {

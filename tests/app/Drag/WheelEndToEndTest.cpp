@@ -8,10 +8,8 @@
 #include <QRect>
 #include <QThread>
 #include <algorithm>
-#include <cmath>
 #include <gtest/gtest.h>
 #include <iostream>
-#include <numbers>
 
 using namespace tramix;
 using namespace tramix::test;
@@ -43,13 +41,6 @@ std::optional<Shown> waitShown(ChildProcess& host) {
                  QRect(match->captured(2).toInt(), match->captured(3).toInt(),
                        match->captured(4).toInt(), match->captured(5).toInt()),
                  match->captured(6).toInt()};
-}
-
-// Where the label of `index` sits among `slots` segments of a wheel centred at `center`.
-QPoint segmentPoint(QPoint center, int index, int slots, double radius = 94) {
-    const double angle = index * 2 * std::numbers::pi / slots;
-    return center + QPoint(int(std::lround(radius * std::sin(angle))),
-                           int(-std::lround(radius * std::cos(angle))));
 }
 
 // Drags from `source` to `to`, moving on once the host has seen the press.
@@ -268,12 +259,9 @@ TEST_F(WheelEndToEndDesktop, KeyPressToVisibleWheelOverTwentyOpenings) {
     }
     input.glide(open, {1500, 900}, 4);
     input.button(false);
-    std::cout << "key press to visible wheel, in order (ms):";
-    for (double ms : millis)
-        std::cout << ' ' << std::lround(ms);
     std::sort(millis.begin(), millis.end());
     const double median = (millis[9] + millis[10]) / 2;
-    std::cout << "\nkey press to visible wheel: median " << median << " ms, worst " << millis.back()
+    std::cout << "key press to visible wheel: median " << median << " ms, worst " << millis.back()
               << " ms\n";
     RecordProperty("median_ms", std::to_string(median));
     RecordProperty("worst_ms", std::to_string(millis.back()));
