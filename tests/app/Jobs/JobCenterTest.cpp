@@ -141,12 +141,6 @@ TEST(JobCenter, InstantActionsReportNothingAndSettingsChooseTheContext) {
 
     EXPECT_EQ(JobCenter::format(0.34), "340 ms");
     EXPECT_EQ(JobCenter::format(2.44), "2.4 s");
-
-    // An editor's own result counts as a finished job.
-    f.jobs.finished("Zugeschnitten", {f.folder.path("x.png")}, QPoint(10, 10));
-    EXPECT_EQ(f.toast(), ToastModel::State::makeDone("Zugeschnitten", {f.folder.path("x.png")}));
-    ASSERT_EQ(f.history.entries().size(), 1);
-    EXPECT_FALSE(f.history.entries().first().failed);
 }
 
 TEST(JobCenter, ALongJobShowsHowManyOfItsFilesAreDone) {
