@@ -22,11 +22,8 @@ TEST(DebugLog, CreatesItsFolderAndWritesStampedLinesInOrder) {
     DebugLog::write(QStringLiteral("Tramix gestartet"));
     const QByteArray first = log.content();
     const QRegularExpression line(
-        QStringLiteral("^(\\d\\d):(\\d\\d):(\\d\\d)\\.\\d{3}  Tramix gestartet\\n$"));
-    const QRegularExpressionMatch match = line.match(QString::fromUtf8(first));
-    ASSERT_TRUE(match.hasMatch()) << first.toStdString();
-    EXPECT_LT(match.captured(1).toInt(), 24);
-    EXPECT_LT(match.captured(2).toInt(), 60);
+        QStringLiteral("^([01]\\d|2[0-3]):[0-5]\\d:[0-5]\\d\\.\\d{3}  Tramix gestartet\\n$"));
+    EXPECT_TRUE(line.match(QString::fromUtf8(first)).hasMatch()) << first.toStdString();
 
     DebugLog::write(QStringLiteral("Drop auf „convert.image.png“"));
     const QByteArray both = log.content();
