@@ -79,16 +79,19 @@ Graph folderGraph(const Graph& files) {
     return folders;
 }
 
-// What is left after dropping, again and again, every node that includes nothing left: the
-// nodes on a cycle and those that include one. Empty when there is no cycle.
+// What is left after dropping, again and again, every node that includes nothing left or that
+// nothing left includes: the nodes on cycles. Empty when there is none.
 QStringList cyclic(Graph graph) {
     for (qsizetype size = -1; size != graph.size();) {
         size = graph.size();
-        for (const QString& node : graph.keys()) {
-            graph[node].removeIf([&](const QString& target) { return !graph.contains(target); });
-            if (graph[node].isEmpty())
-                graph.remove(node);
+        QSet<QString> included;
+        for (QSet<QString>& targets : graph) {
+            targets.removeIf([&](const QString& target) { return !graph.contains(target); });
+            included.unite(targets);
         }
+        graph.removeIf([&](const auto& node) {
+            return node.value().isEmpty() || !included.contains(node.key());
+        });
     }
     QStringList left = graph.keys();
     left.sort();
