@@ -44,10 +44,13 @@ QStringList namesIn(const QString& folder) {
         QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
 }
 
-QString readText(const QString& path) {
+QByteArray readBytes(const QString& path) {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll())
-                                          : QStringLiteral("(missing)");
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
+}
+
+QString readText(const QString& path) {
+    return QString::fromUtf8(readBytes(path));
 }
 
 QString toolOutput(const QString& program, const QStringList& arguments, const QString& folder) {

@@ -33,7 +33,8 @@ private:
 // Every entry directly in `folder`, hidden ones too, sorted.
 QStringList namesIn(const QString& folder);
 
-// The file's text as UTF-8, or "(missing)".
+// The file's bytes, or "(missing)"; its text as UTF-8.
+QByteArray readBytes(const QString& path);
 QString readText(const QString& path);
 
 // Runs a tool (in `folder` when given) and returns its standard output; fails the test when it

@@ -45,6 +45,15 @@ VImage textImage(const QString& text, int dpi) {
         .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W));
 }
 
+VImage openImage(const QString& path) {
+    return VImage::new_from_file(QFile::encodeName(path).constData());
+}
+
+QString sizeOf(const QString& path) {
+    const VImage image = openImage(path);
+    return QStringLiteral("%1 x %2").arg(image.width()).arg(image.height());
+}
+
 QString saveImage(const VImage& image, const QString& path, const QString& options) {
     image.write_to_file(QFile::encodeName(path + options).constData());
     return path;
@@ -68,7 +77,7 @@ bool hasGroup(const QJsonObject& tags, const QString& group) {
 }
 
 Colour pixelAt(const QString& path, int x, int y) {
-    VImage image = VImage::new_from_file(QFile::encodeName(path).constData());
+    VImage image = openImage(path);
     if (image.has_alpha())
         image = image.flatten(VImage::option()->set("background", std::vector<double>{255}));
     image = image.get_typeof(VIPS_META_ICC_NAME)

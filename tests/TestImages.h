@@ -21,6 +21,10 @@ vips::VImage photoLike(int width, int height);
 // parted by "\n".
 vips::VImage textImage(const QString& text, int dpi = 300);
 
+vips::VImage openImage(const QString& path);
+// "32 x 64": the width and height of the image in the file.
+QString sizeOf(const QString& path);
+
 // Writes with libvips; `options` as libvips takes them after the name, e.g. "[Q=90]".
 QString saveImage(const vips::VImage& image, const QString& path, const QString& options = {});
 

@@ -23,10 +23,6 @@ QString fiveTextPages(const TestFolder& dir, const QString& name = "Bericht.pdf"
         name, textPDF({"Seite eins", "Seite zwei", "Seite drei", "Seite vier", "Seite fuenf"}));
 }
 
-VImage image(const QString& path) {
-    return VImage::new_from_file(QFile::encodeName(path).constData());
-}
-
 // Everything qpdf shows of the objects inside, streams uncompressed.
 QString objectsOf(const QString& pdf) {
     return toolOutput("qpdf", {"--qdf", "--object-streams=disable", pdf, "-"});
@@ -147,25 +143,20 @@ TEST(PDFConverter, PagesBecomeImagesTurnedAndCroppedAsShown) {
     const QString folder = PDFConverter::toImages(source, ImageFormat::png, {}, 72);
     EXPECT_EQ(folder, dir.path("Heft"));
     EXPECT_EQ(namesIn(folder), (QStringList{"Seite 1.png", "Seite 2.png", "Seite 3.png"}));
-    const VImage upright = image(folder + "/Seite 1.png");
-    EXPECT_EQ(upright.width(), 595);
-    EXPECT_EQ(upright.height(), 842);
-    EXPECT_EQ(upright.bands(), 3);
-    const VImage turned = image(folder + "/Seite 2.png");
-    EXPECT_EQ(turned.width(), 842);
-    EXPECT_EQ(turned.height(), 595);
+    EXPECT_EQ(sizeOf(folder + "/Seite 1.png"), "595 x 842");
+    EXPECT_EQ(openImage(folder + "/Seite 1.png").bands(), 3);
+    EXPECT_EQ(sizeOf(folder + "/Seite 2.png"), "842 x 595");
+    EXPECT_EQ(sizeOf(folder + "/Seite 3.png"), "300 x 400");
+    const VImage turned = openImage(folder + "/Seite 2.png");
     // Text at the page's top left lands at the top right once the page is turned clockwise.
     EXPECT_LT(turned.extract_area(600, 0, 242, 300).min(), 100);
     EXPECT_EQ(turned.extract_area(0, 0, 500, 595).min(), 255);
-    EXPECT_EQ(image(folder + "/Seite 3.png").width(), 300);
-    EXPECT_EQ(image(folder + "/Seite 3.png").height(), 400);
 
     // One page makes one image, at print resolution.
     const QString single = dir.file("Blatt.pdf", textPDF({"Nur eine Seite"}));
     const QString jpeg = PDFConverter::toImages(single, ImageFormat::jpg, {});
     EXPECT_EQ(jpeg, dir.path("Blatt.jpg"));
-    EXPECT_EQ(image(jpeg).width(), 2479);
-    EXPECT_EQ(image(jpeg).height(), 3508);
+    EXPECT_EQ(sizeOf(jpeg), "2479 x 3508");
     EXPECT_EQ(pixelAt(jpeg, 5, 5), white);
 
     // Colours come out in their places: red left, blue right.
