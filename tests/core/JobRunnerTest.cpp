@@ -37,10 +37,9 @@ TEST(JobRunner, PerFileRunsInParallelAndCollectsEveryOutcome) {
         else
             expectedOutputs.append(inputs.last() + ".out");
     }
-    std::atomic<int> running = 0, peak = 0, calls = 0;
+    std::atomic<int> running = 0, peak = 0;
     const auto op = operation(
         OperationStyle::perFile, [&](const QStringList& in, const OutputContext&) -> QStringList {
-            ++calls;
             EXPECT_EQ(in.size(), 1);
             const int now = ++running;
             for (int seen = peak; now > seen && !peak.compare_exchange_weak(seen, now);) {
@@ -63,7 +62,6 @@ TEST(JobRunner, PerFileRunsInParallelAndCollectsEveryOutcome) {
     QStringList failures;
     for (const JobResult::Failure& failure : result.failures)
         failures.append(failure.input + " → " + failure.message);
-    EXPECT_EQ(calls, 40);
     EXPECT_EQ(sorted(result.outputs), sorted(expectedOutputs));
     EXPECT_EQ(sorted(failures), sorted(expectedFailures));
     // Forty 10 ms calls on at most eight workers cannot take less than 50 ms.

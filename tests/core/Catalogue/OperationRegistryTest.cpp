@@ -130,18 +130,3 @@ TEST(OperationRegistry, ActionsRunOnTheDesktopOrSayWhatTheyNeed) {
     const FileOperation path = find(actions(files, &desktop), "action.path");
     EXPECT_EQ(errorOf([&] { path.perform(files, context); }), "Nicht unterstützt: Pfad kopieren");
 }
-
-TEST(OperationRegistry, FailingPerformThrowsAndGivesItsNameBack) {
-    test::TestFolder dir;
-    const QString input = dir.file("x.png");
-    const OutputContext context;
-    for (const QString id : {"convert.image.jpg", "convert.image.pdf"}) {
-        const FileOperation operation = find(OperationRegistry::convertOperations({input}), id);
-        EXPECT_EQ(errorOf([&] { operation.perform({input}, context); }),
-                  "„x.png“ konnte nicht gelesen werden.")
-            << id.toStdString();
-    }
-    // The names reserved for the failed results are free again.
-    EXPECT_EQ(context.destination(input, "jpg").path(), dir.path("x.jpg"));
-    EXPECT_EQ(context.destination(input, "pdf").path(), dir.path("x.pdf"));
-}

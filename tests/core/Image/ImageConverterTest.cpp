@@ -232,6 +232,11 @@ TEST(ImageConverter, BadInputsFailAloneWithTheirSentenceAndLeaveNoFile) {
                 ? "„broken.jpg“ konnte nicht gelesen werden."
                 : "„bomb.png“ ist mit 100000 × 100000 Pixeln zu groß (höchstens 500 Megapixel).");
     }
+    // One bad image spoils a PDF of several.
+    EXPECT_EQ(errorOf([&] {
+                  ImageConverter::makePDF({good, broken}, NameReservation(dir.path("x.pdf")));
+              }),
+              "„broken.jpg“ konnte nicht gelesen werden.");
     EXPECT_EQ(dir.names(), QStringList({"bomb.png", "broken.jpg", "good.jpg", "good.png"}));
 }
 
