@@ -9,6 +9,7 @@
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QThread>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <tesseract/baseapi.h>
 
@@ -146,8 +147,11 @@ TEST(VisionTools, BlankImagesFailAndTheClipboardGetsTextOnTheMainThread) {
     EXPECT_EQ(copiedOn, QCoreApplication::instance()->thread());
 }
 
-TEST(TextBands, BandsNeitherOverlapNorLeaveOutALineAndFollowTheColumns) {
-    const vips::VImage page = twoColumns(column("links", 24), column("rechts", 24));
+// Bands cut for threads neither overlap nor leave out a line, and follow the columns, so the page
+// read side by side keeps its reading order.
+TEST(VisionTools, ALongPageIsReadInBandsInItsReadingOrder) {
+    const QString left = column("links", 24), right = column("rechts", 24);
+    const vips::VImage page = twoColumns(left, right);
     const auto [lines, bands] = linesAndBands(page);
     ASSERT_EQ(lines.size(), 49u);
     ASSERT_GE(bands.size(), 6u);
@@ -157,26 +161,22 @@ TEST(TextBands, BandsNeitherOverlapNorLeaveOutALineAndFollowTheColumns) {
             EXPECT_FALSE(bands[i].intersects(bands[j])) << i << " and " << j;
     }
     for (const QRect& line : lines) {
-        const auto holder = std::find_if(bands.begin(), bands.end(),
-                                         [&](const QRect& band) { return band.contains(line); });
-        EXPECT_NE(holder, bands.end()) << "a line at " << line.y() << " is in no band";
+        EXPECT_TRUE(
+            std::ranges::any_of(bands, [&](const QRect& band) { return band.contains(line); }))
+            << "a line at " << line.y() << " is in no band";
     }
     // The heading first, then the left column top to bottom, then the right one.
     EXPECT_LT(bands.front().bottom(), bands[1].top());
     EXPECT_LT(bands[1].right(), bands.back().left());
     EXPECT_GT(bands.back().bottom(), bands[bands.size() - 2].top());
 
+    const QString expected = "Bericht über beide Spalten\n" + left + "\n" + right;
+    const QString text = VisionTools::recognize(page, 300);
+    EXPECT_EQ(text.count(u'\n'), expected.count(u'\n')) << text.toStdString();
+    EXPECT_LE(characterErrorRate(text, expected), 0.01) << text.toStdString();
+
     // Turned on its side the page is vertical text, which only the whole page can place.
     const auto [turnedLines, turnedBands] = linesAndBands(page.rot90());
     EXPECT_GE(turnedLines.size(), 25u);
     EXPECT_TRUE(turnedBands.empty());
-}
-
-TEST(VisionTools, ALongPageReadSideBySideKeepsItsReadingOrder) {
-    const QString left = column("links", 24);
-    const QString right = column("rechts", 24);
-    const QString expected = "Bericht über beide Spalten\n" + left + "\n" + right;
-    const QString text = VisionTools::recognize(twoColumns(left, right), 300);
-    EXPECT_EQ(text.count(u'\n'), expected.count(u'\n')) << text.toStdString();
-    EXPECT_LE(characterErrorRate(text, expected), 0.01) << text.toStdString();
 }
