@@ -172,9 +172,9 @@ TEST(ImageConverter, StripRemovesAllMetadataButKeepsTheColourProfile) {
 
 TEST(ImageConverter, PDFPagesAreSizedByPixelsAndResolutionAndShowImagesUpright) {
     TestFolder dir;
-    const double dotsPerMillimetre = 150 / 25.4;
+    const double dotsPerMillimetre = 300 / 25.4;
     const QString print = saveImage(
-        photoLike(1500, 1500)
+        photoLike(3000, 3000)
             .copy(VImage::option()->set("xres", dotsPerMillimetre)->set("yres", dotsPerMillimetre)),
         dir.path("print.png"));
     const QString plain = saveImage(halves(200, 100, red, blue), dir.path("plain.png"));
