@@ -74,7 +74,8 @@ TEST(ArchiveConverter, CompressNamesTheArchiveAfterOneInputOrCallsItArchiv) {
         EXPECT_EQ(first, folder.path("Archiv." + ext));
         EXPECT_EQ(entries(first), QStringList({"-b.txt", "a.txt"}));
         EXPECT_EQ(ArchiveConverter::compress({a, b}, kind, {}), folder.path("Archiv 2." + ext));
-        // One folder keeps its own name as the top entry; Finder files stay out, links links.
+        // One folder keeps its own name as the top entry; Finder files stay out and links
+        // stay links.
         const QString packed = ArchiveConverter::compress({photos}, kind, {});
         EXPECT_EQ(packed, folder.path("Fotos." + ext));
         EXPECT_EQ(entries(packed),
