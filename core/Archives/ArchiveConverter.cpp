@@ -111,13 +111,6 @@ QStringList entriesWorthKeeping(const QString& folder) {
 
 } // namespace
 
-bool isArchive(const QString& path) {
-    const QString name = nameOf(path).toLower();
-    const QString ext = pathExtension(name);
-    return ext == u"zip" || ext == u"tar" || ext == u"tgz" || ext == u"gz" ||
-           name.endsWith(u".tar.gz");
-}
-
 std::optional<Kind> kindOf(const QString& path) {
     const QString name = nameOf(path).toLower();
     if (name.endsWith(u".zip"))

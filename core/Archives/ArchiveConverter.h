@@ -14,9 +14,6 @@ enum class Kind { zip, tgz };
 QString extension(Kind kind); // "zip" or "tar.gz"
 QString title(Kind kind);     // "ZIP" or "TAR.GZ"
 
-// Whether the name looks like an archive: .zip, .tar, .tgz, .gz or .tar.gz, in any case.
-bool isArchive(const QString& path);
-
 // The kind an archive is read as, from its name: .zip is ZIP; .tar.gz, .tgz and .tar are TAR.
 std::optional<Kind> kindOf(const QString& path);
 

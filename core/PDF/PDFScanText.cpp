@@ -34,14 +34,4 @@ QStringList recognizePages(const QString& pdf, const QList<int>& pageIndexes) {
     return QStringList(texts.begin(), texts.end());
 }
 
-QString recognizeAll(const QString& pdf) {
-    const int pages = PDFRenderer::open(pdf)->pages();
-    QList<int> indexes;
-    for (int i = 0; i < pages; ++i)
-        indexes.append(i);
-    QStringList texts = recognizePages(pdf, indexes);
-    texts.removeAll(QString());
-    return texts.join(QStringLiteral("\n\n"));
-}
-
 } // namespace tramix::PDFScanText

@@ -10,7 +10,4 @@ namespace tramix::PDFScanText {
 // The recognised text of the listed pages (from 0), in the same order, several pages at once.
 QStringList recognizePages(const QString& pdf, const QList<int>& pageIndexes);
 
-// The recognised text of every page, pages parted by a blank line; may be empty.
-QString recognizeAll(const QString& pdf);
-
 } // namespace tramix::PDFScanText
