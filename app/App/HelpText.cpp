@@ -61,11 +61,7 @@ void writeArts(QTextStream& out) {
 
 void writeOperations(QTextStream& out) {
     const std::vector<OperationGroup> groups = OperationGroup::byKind();
-    qsizetype width = 0;
-    for (const OperationGroup& group : groups) {
-        for (const CatalogueRow* row : group.rows)
-            width = std::max(width, qsizetype(qstrlen(row->id)));
-    }
+    const qsizetype width = OperationGroup::idWidth(groups);
     out << "Operationen für " << commandsTaking(ArgumentWords::operations)
         << ", nach Art der Dateien:\n";
     for (const OperationGroup& group : groups) {

@@ -86,11 +86,7 @@ void writeCommands(QTextStream& out) {
 
 void writeOperations(QTextStream& out) {
     const std::vector<OperationGroup> groups = OperationGroup::byKind();
-    qsizetype width = 0;
-    for (const OperationGroup& group : groups) {
-        for (const CatalogueRow* row : group.rows)
-            width = std::max(width, qsizetype(qstrlen(row->id)));
-    }
+    const qsizetype width = OperationGroup::idWidth(groups);
     out << ".SH OPERATIONS\n"
         << escaped(QStringLiteral("Die Kennungen für %1, nach Art der Dateien. „%2“ zeigt, "
                                   "welche davon zu bestimmten Dateien passen.")

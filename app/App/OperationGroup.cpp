@@ -2,6 +2,8 @@
 
 #include "Catalogue/Catalogue.h"
 
+#include <algorithm>
+
 namespace tramix {
 
 namespace {
@@ -48,6 +50,15 @@ std::vector<OperationGroup> OperationGroup::byKind() {
     groups.push_back(groupOf(QStringLiteral("Alle Dateien"), std::nullopt));
     std::erase_if(groups, [](const OperationGroup& group) { return group.rows.empty(); });
     return groups;
+}
+
+qsizetype OperationGroup::idWidth(const std::vector<OperationGroup>& groups) {
+    qsizetype width = 0;
+    for (const OperationGroup& group : groups) {
+        for (const CatalogueRow* row : group.rows)
+            width = std::max(width, qsizetype(qstrlen(row->id)));
+    }
+    return width;
 }
 
 } // namespace tramix

@@ -14,6 +14,8 @@ struct OperationGroup {
 
     // One group per kind that has operations, in the kinds' order, then the ones for any files.
     static std::vector<OperationGroup> byKind();
+    // The length of the longest id in the groups, to line the details up after it.
+    static qsizetype idWidth(const std::vector<OperationGroup>& groups);
 };
 
 } // namespace tramix
