@@ -1,7 +1,6 @@
 #include "CommandTable.h"
 
 #include "Catalogue/Catalogue.h"
-#include "Catalogue/OperationRegistry.h"
 #include "WheelMode.h"
 
 #include <algorithm>
@@ -113,7 +112,7 @@ QStringList runnableOperationIds() {
     QStringList ids;
     for (const CatalogueRow& row : Catalogue::rows()) {
         const QString id = QString::fromLatin1(row.id);
-        if (!ids.contains(id) && !OperationRegistry::needsDesktop(id))
+        if (!row.work.handler && !ids.contains(id))
             ids.append(id);
     }
     return ids;

@@ -13,9 +13,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <charconv>
-#include <cmath>
-#include <limits>
+#include <algorithm>
 
 namespace tramix::XLSX {
 
