@@ -15,11 +15,25 @@ namespace tramix::PDFRenderer {
 
 namespace {
 
-// poppler reports every repaired object on standard error; a user cannot act on that.
-void silencePoppler() {
+// One blank page, small enough that poppler repairs its missing cross-reference table silently.
+constexpr char blankPage[] = "%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
+                             "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
+                             "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 8 8]>>endobj\n"
+                             "trailer<</Root 1 0 R>>\n%%EOF\n";
+
+// poppler reports every repaired object on standard error; a user cannot act on that. It also
+// creates its shared sRGB profile, unlocked, on the first page it draws: drawing one blank page
+// here, once, keeps the page threads from racing over it.
+void preparePoppler() {
     static std::once_flag once;
-    std::call_once(
-        once, [] { poppler::set_debug_error_function([](const std::string&, void*) {}, nullptr); });
+    std::call_once(once, [] {
+        poppler::set_debug_error_function([](const std::string&, void*) {}, nullptr);
+        std::unique_ptr<poppler::document> blank(
+            poppler::document::load_from_raw_data(blankPage, sizeof blankPage - 1));
+        std::unique_ptr<poppler::page> page(blank ? blank->create_page(0) : nullptr);
+        if (page)
+            poppler::page_renderer().render_page(page.get(), 9, 9);
+    });
 }
 
 bool turnedSideways(const poppler::page& page) {
@@ -57,7 +71,7 @@ vips::VImage fromGrey(const poppler::image& bitmap) {
 } // namespace
 
 std::unique_ptr<poppler::document> open(const QString& path, bool requirePages) {
-    silencePoppler();
+    preparePoppler();
     const QString name = QFileInfo(path).fileName();
     std::unique_ptr<poppler::document> document(
         poppler::document::load_from_file(QFile::encodeName(path).toStdString()));
