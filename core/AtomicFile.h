@@ -1,4 +1,6 @@
-// Results appear whole or not at all: they are written beside their final name and moved there.
+// Results appear whole or not at all: they are written as unnamed files in their final folder
+// (or, where the file system cannot, under a hidden staging name beside it) and get their name
+// only when they are complete and on disk.
 #pragma once
 
 #include "NameReservation.h"
@@ -11,10 +13,14 @@
 
 namespace tramix::AtomicFile {
 
-// Calls `produce` with a temporary path in the folder of `destination`, then moves the finished
-// file under the reserved name or, when another program took that name meanwhile, the next free
-// one; no file is ever replaced. Returns the path the file got. When `produce` or the move
+// Calls `produce` with a temporary path on the file system of `destination`, then gives the
+// finished file the reserved name or, when another program took that name meanwhile, the next
+// free one; no file is ever replaced. Returns the path the file got. When `produce` or the move
 // throws, the temporary file is removed and the error is passed on.
+//
+// The temporary path is usually "/proc/self/fd/{n}": it has no extension and its folder is not
+// the result's, so writers that choose a format by the extension must be told the format, and
+// tools that make their own temporary files beside the output write elsewhere and `fillFrom`.
 QString write(NameReservation destination,
               const std::function<void(const QString& temporary)>& produce);
 
@@ -28,5 +34,15 @@ QStringList writeAll(std::vector<NameReservation> destinations,
 
 // As `write`, for results that are made in memory; `produce` runs before the file is created.
 QString writeBytes(NameReservation destination, const std::function<QByteArray()>& produce);
+
+// As `write`, for a folder of results: `produce` fills a new, empty staging folder (given as a
+// path through a handle, so a link swapped in for its name is never followed), which is then
+// renamed into place whole. Returns the folder's path. On failure nothing is left.
+QString writeFolder(NameReservation destination,
+                    const std::function<void(const QString& staging)>& produce);
+
+// Copies the file `source` into `temporary`, replacing what it held; for tools that can only
+// write to a path of their own choosing. Throws ConversionError on any read or write failure.
+void fillFrom(const QString& temporary, const QString& source);
 
 } // namespace tramix::AtomicFile

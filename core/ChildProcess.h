@@ -1,16 +1,22 @@
-// Command-line tools run to their end, with argument lists and never a shell.
+// Command-line tools run to their end, with argument lists and never a shell, and die with us.
 #pragma once
 
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
+#include <functional>
 
 namespace tramix::ChildProcess {
 
-// Runs one tool to its end and throws ConversionError with the tool's own error output (or
-// "{tool} ist fehlgeschlagen." when it said nothing) unless it exits with 0. `extraEnvironment`
-// is merged over this process's environment.
+// Turns a tool's failure (its exit code and its error output) into a German sentence for the
+// user, or an empty text when the cause is not one the user can act on.
+using Explain = std::function<QString(int exitCode, const QString& errorOutput)>;
+
+// Runs one tool to its end. Unless it exits with 0, the tool's error output goes to the engine
+// log and ConversionError is thrown with what `explain` makes of it, or "{tool} ist
+// fehlgeschlagen." The tool is killed when this process dies. `extraEnvironment` is merged over
+// this process's environment.
 void run(const QString& tool, const QStringList& arguments, const QString& workingFolder = {},
-         const QProcessEnvironment& extraEnvironment = {});
+         const QProcessEnvironment& extraEnvironment = {}, const Explain& explain = {});
 
 } // namespace tramix::ChildProcess

@@ -1,5 +1,9 @@
 #include "ConversionError.h"
 
+#include "EngineLog.h"
+
+#include <new>
+
 namespace tramix {
 
 ConversionError::ConversionError(Kind kind, const QString& payload)
@@ -34,7 +38,11 @@ QString ConversionError::errorDescription() const {
 QString describeError(const std::exception& error) {
     if (auto* own = dynamic_cast<const ConversionError*>(&error))
         return own->errorDescription();
-    return QString::fromUtf8(error.what());
+    if (dynamic_cast<const std::bad_alloc*>(&error))
+        return QStringLiteral("Der Arbeitsspeicher reicht nicht.");
+    // Libraries speak English and about their insides; the user gets a sentence, the log the rest.
+    qCWarning(engineLog) << "unexpected error:" << error.what();
+    return QStringLiteral("Unerwarteter Fehler. Einzelheiten stehen im Protokoll.");
 }
 
 } // namespace tramix

@@ -1,6 +1,7 @@
 #include "FolderTree.h"
 
 #include "ConversionError.h"
+#include "SystemError.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -54,7 +55,7 @@ bool isInside(const fs::path& path, const fs::path& root) {
 }
 
 QString reasonOf(int error) {
-    return QString::fromLocal8Bit(std::strerror(error));
+    return SystemError::writeReason(error);
 }
 
 // Without RENAME_NOREPLACE, the name is claimed by making an empty folder under it, which the
@@ -75,7 +76,7 @@ void create(const QString& path) {
     std::error_code error;
     fs::create_directories(toPath(path), error);
     if (error)
-        throwFolderError(path, QString::fromLocal8Bit(error.message()));
+        throwFolderError(path, reasonOf(error.value()));
 }
 
 void remove(const QString& path) {
@@ -110,7 +111,7 @@ bool createNew(const QString& path) {
     std::error_code error;
     fs::create_directories(toPath(path).parent_path(), error);
     if (error)
-        throwFolderError(path, QString::fromLocal8Bit(error.message()));
+        throwFolderError(path, reasonOf(error.value()));
     if (::mkdir(QFile::encodeName(path).constData(), anyoneMayUse) == 0)
         return true;
     if (errno == EEXIST)

@@ -2,11 +2,15 @@
 
 #include "ConversionError.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <QThread>
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <mutex>
+#include <optional>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -19,6 +23,17 @@ struct CallOutcome {
     std::optional<QString> error;
 };
 
+// Pipes, sockets and devices would block a reader forever or never end; refused before any
+// converter opens them. Folders pass: archiving takes them.
+std::optional<QString> refusal(const QString& input) {
+    // What cannot be looked at (gone, a dangling link) is for the converter to explain.
+    struct stat info;
+    if (::stat(QFile::encodeName(input).constData(), &info) != 0 || S_ISREG(info.st_mode) ||
+        S_ISDIR(info.st_mode))
+        return std::nullopt;
+    return QStringLiteral("„%1“ ist keine gewöhnliche Datei.").arg(QFileInfo(input).fileName());
+}
+
 CallOutcome call(const FileOperation& operation, const QStringList& inputs,
                  const OutputContext& context) {
     try {
@@ -30,8 +45,17 @@ CallOutcome call(const FileOperation& operation, const QStringList& inputs,
     }
 }
 
-void runCombined(const FileOperation& operation, const QStringList& inputs,
+void runCombined(const FileOperation& operation, const QStringList& all,
                  const OutputContext& context, JobResult& result) {
+    QStringList inputs;
+    for (const QString& input : all) {
+        if (const std::optional<QString> refused = refusal(input))
+            result.failures.append({input, *refused});
+        else
+            inputs.append(input);
+    }
+    if (inputs.isEmpty())
+        return;
     CallOutcome outcome = call(operation, inputs, context);
     if (!outcome.error) {
         result.outputs = std::move(outcome.outputs);
@@ -48,7 +72,9 @@ void runPerFile(const FileOperation& operation, const QStringList& inputs,
     qsizetype done = 0; // under resultLock
     auto worker = [&] {
         for (qsizetype i = next++; i < inputs.size(); i = next++) {
-            CallOutcome outcome = call(operation, {inputs[i]}, context);
+            const std::optional<QString> refused = refusal(inputs[i]);
+            CallOutcome outcome =
+                refused ? CallOutcome{{}, refused} : call(operation, {inputs[i]}, context);
             std::lock_guard guard(resultLock);
             if (outcome.error)
                 result.failures.append({inputs[i], *outcome.error});

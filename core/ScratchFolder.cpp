@@ -1,22 +1,15 @@
 #include "ScratchFolder.h"
 
-#include "ConversionError.h"
-
-#include <QDir>
-#include <QUuid>
+#include "FolderTree.h"
+#include "Leftovers.h"
 
 namespace tramix {
 
 ScratchFolder::ScratchFolder(const QString& prefix)
-    : path_(QDir::temp().filePath(prefix + QUuid::createUuid().toString(QUuid::WithoutBraces))) {
-    if (!QDir().mkpath(path_)) {
-        throw ConversionError::failed(
-            QStringLiteral("Der Arbeitsordner „%1“ konnte nicht angelegt werden.").arg(path_));
-    }
-}
+    : path_(Leftovers::makeScratchFolder(prefix)) {}
 
 ScratchFolder::~ScratchFolder() {
-    QDir(path_).removeRecursively();
+    FolderTree::remove(path_);
 }
 
 } // namespace tramix

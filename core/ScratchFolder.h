@@ -1,5 +1,5 @@
-// A private folder in the system's temporary folder, named "{prefix}{UUID}", removed with
-// everything in it when the object goes.
+// A private folder for scratch work under the cache folder, removed with everything in it when
+// the object goes, and by the next start's sweep when this process is killed first.
 #pragma once
 
 #include <QString>

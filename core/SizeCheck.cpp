@@ -1,9 +1,12 @@
 #include "SizeCheck.h"
 
 #include "ConversionError.h"
+#include "SystemError.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <cerrno>
+#include <unistd.h>
 
 namespace tramix::SizeCheck {
 
@@ -17,10 +20,10 @@ void requireSmaller(const QString& output, const QString& input, const QString& 
     const qint64 oldSize = size(input);
     if (newSize < 1 || oldSize < 1 || double(oldSize) * 0.97 >= double(newSize))
         return;
-    QFile file(output);
-    if (!file.remove()) {
-        throw ConversionError::failed(QStringLiteral("„%1“ konnte nicht gelöscht werden: %2")
-                                          .arg(QFileInfo(output).fileName(), file.errorString()));
+    if (::unlink(QFile::encodeName(output).constData()) != 0) {
+        throw ConversionError::failed(
+            QStringLiteral("„%1“ konnte nicht gelöscht werden: %2")
+                .arg(QFileInfo(output).fileName(), SystemError::writeReason(errno)));
     }
     throw ConversionError::failed(QStringLiteral("%1 ist bereits optimal komprimiert.").arg(what));
 }
