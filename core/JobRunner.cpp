@@ -1,6 +1,7 @@
 #include "JobRunner.h"
 
 #include "ConversionError.h"
+#include "SystemError.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -11,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <sys/stat.h>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -38,6 +40,9 @@ CallOutcome call(const FileOperation& operation, const QStringList& inputs,
                  const OutputContext& context) {
     try {
         return {operation.perform(inputs, context), std::nullopt};
+    } catch (const std::system_error& error) {
+        // The file system's errors, which the standard library throws, read as ours.
+        return {{}, SystemError::writeReason(error.code().value())};
     } catch (const std::exception& error) {
         return {{}, describeError(error)};
     } catch (...) {

@@ -40,17 +40,32 @@ SplitName split(const QString& name) {
     return {name.left(dot), name.mid(dot)};
 }
 
+// File systems take names of up to 255 bytes; a long stem gives way, never the ending.
+constexpr qsizetype longestName = 255;
+constexpr qsizetype numberRoom = 4; // " 999"
+
+QString fitting(const SplitName& name) {
+    QString base = name.base;
+    while (base.size() > 1 &&
+           QFile::encodeName(base + name.extension).size() + numberRoom > longestName)
+        base.chop(base.back().isLowSurrogate() ? 2 : 1);
+    return base;
+}
+
 } // namespace
 
 QString unique(const QString& path) {
     const QString clean = QDir::cleanPath(path);
     const qsizetype slash = clean.lastIndexOf(u'/');
     const QString folder = clean.left(slash + 1);
-    const SplitName name = split(clean.mid(slash + 1));
+    SplitName name = split(clean.mid(slash + 1));
+    const bool tooLong = QFile::encodeName(clean.mid(slash + 1)).size() > longestName - numberRoom;
+    if (tooLong)
+        name.base = fitting(name);
 
     State& s = state();
     std::lock_guard guard(s.lock);
-    QString candidate = clean;
+    QString candidate = tooLong ? folder + name.base + name.extension : clean;
     for (int n = 2; s.reserved.contains(candidate) || existsOnDisk(candidate); ++n)
         candidate = folder + name.base + u' ' + QString::number(n) + name.extension;
     s.reserved.insert(candidate);

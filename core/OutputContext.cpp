@@ -2,6 +2,7 @@
 
 #include "FileKind.h"
 #include "FolderTree.h"
+#include "InputAlias.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -31,7 +32,7 @@ QString outputStem(const QString& input) {
 QString OutputContext::directory(const QString& input) const {
     if (folder)
         return QDir::cleanPath(*folder);
-    return QFileInfo(QDir::cleanPath(input)).absolutePath();
+    return InputAlias::homeFolder(input);
 }
 
 NameReservation OutputContext::destination(const QString& input, const QString& ext,

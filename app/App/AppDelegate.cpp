@@ -5,6 +5,7 @@
 #include "Design/AppIcon.h"
 #include "Design/TrayIcon.h"
 #include "Drag/WheelWiring.h"
+#include "Leftovers.h"
 #include "Settings/AppSettings.h"
 #include "Settings/DebugLog.h"
 #include "Settings/History.h"
@@ -40,6 +41,8 @@ void AppDelegate::start() {
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(appIcon());
     setUpStatusItem();
+    // What a killed earlier run left behind.
+    Leftovers::sweep();
 
     // Recognised text is meant to be pasted right away.
     VisionTools::setClipboardHook(

@@ -10,6 +10,7 @@
 #include "DurationText.h"
 #include "HelpText.h"
 #include "JobRunner.h"
+#include "Leftovers.h"
 #include "Settings/AppSettings.h"
 #include "Settings/History.h"
 #include "Settings/UILanguage.h"
@@ -41,6 +42,11 @@ QStringList filePaths(const QStringList& args) {
     return paths;
 }
 
+// One result per line, also for names that hold a line feed.
+QString oneLine(QString text) {
+    return text.replace(u'\n', QStringLiteral("\\n"));
+}
+
 void list(const QStringList& args, QTextStream& out) {
     if (args.size() < 3)
         fail(CommandTable::usage(CommandId::list));
@@ -67,11 +73,14 @@ void runOperation(const QStringList& args, QTextStream& out) {
     if (const std::optional<QString> refusal = OperationRegistry::needsDesktop(id))
         fail(*refusal);
 
+    Leftovers::sweep();
     const JobResult result = JobRunner::run(*chosen, paths, OutputContext{std::nullopt, 0.85});
     for (const QString& output : result.outputs)
-        out << output << '\n';
-    for (const JobResult::Failure& failure : result.failures)
-        out << "FEHLER " << QFileInfo(failure.input).fileName() << ": " << failure.message << '\n';
+        out << oneLine(output) << '\n';
+    for (const JobResult::Failure& failure : result.failures) {
+        out << "FEHLER " << oneLine(QFileInfo(failure.input).fileName()) << ": "
+            << oneLine(failure.message) << '\n';
+    }
     out << "Dauer: " << durationText(result.duration) << '\n';
     if (!result.failures.isEmpty())
         fail(QStringLiteral("%1 Fehler").arg(result.failures.size()));

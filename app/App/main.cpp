@@ -1,6 +1,8 @@
 #include "AppDelegate.h"
 #include "CLI.h"
 #include "CommandTable.h"
+#include "EngineLog.h"
+#include "InputAlias.h"
 #include "Platform/ScreenCheck.h"
 #include "Settings/DebugLog.h"
 
@@ -11,11 +13,24 @@
 
 namespace {
 
+// Names that are not UTF-8 still open: InputAlias gives them a readable one.
 QStringList rawArguments(int argc, char** argv) {
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
-        arguments.append(QString::fromLocal8Bit(argv[i]));
+        arguments.append(tramix::InputAlias::forBytes(QByteArray(argv[i])));
     return arguments;
+}
+
+// The engine's notes (tools' own error texts and the like) belong in the debug log, not on the
+// terminal or in a message.
+void routeEngineLog() {
+    static const QtMessageHandler previous = qInstallMessageHandler(
+        [](QtMsgType type, const QMessageLogContext& context, const QString& message) {
+            if (context.category && qstrcmp(context.category, engineLog().categoryName()) == 0)
+                tramix::DebugLog::write(message);
+            else if (previous)
+                previous(type, context, message);
+        });
 }
 
 bool draws(const QString& command) {
@@ -40,6 +55,7 @@ int runTrayApp(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    routeEngineLog();
     const QStringList arguments = rawArguments(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Tramix"));
     QCoreApplication::setApplicationName(QStringLiteral("Tramix"));
@@ -55,5 +71,7 @@ int main(int argc, char** argv) {
     }
     // No windowing system is needed to list or run operations.
     QCoreApplication app(argc, argv);
-    return tramix::CLI::run(arguments.mid(1), out);
+    const int status = tramix::CLI::run(arguments.mid(1), out);
+    tramix::DebugLog::flush();
+    return status;
 }

@@ -1,5 +1,7 @@
 #include "WheelDropView.h"
 
+#include "InputAlias.h"
+
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QMimeData>
@@ -13,9 +15,12 @@ QStringList localFiles(const QMimeData* data) {
     QStringList paths;
     if (!data)
         return paths;
-    for (const QUrl& url : data->urls()) {
-        if (url.isLocalFile())
-            paths.append(url.toLocalFile());
+    // Read as bytes: a name that is not UTF-8 must survive the drop.
+    for (const QByteArray& line : data->data(QStringLiteral("text/uri-list")).split('\n')) {
+        if (line.trimmed().isEmpty() || line.startsWith('#'))
+            continue;
+        if (const QString path = InputAlias::forFileUri(line); !path.isEmpty())
+            paths.append(path);
     }
     return paths;
 }

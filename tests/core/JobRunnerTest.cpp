@@ -8,6 +8,7 @@
 #include <atomic>
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
 
 using namespace tramix;
@@ -82,12 +83,12 @@ TEST(JobRunner, AFailedCombinedCallFailsEveryInputWithItsText) {
                 ++calls;
                 EXPECT_EQ(in, inputs);
                 if (style == OperationStyle::instant)
-                    throw std::runtime_error("Datenträger voll");
+                    throw std::system_error(ENOSPC, std::generic_category());
                 throw ConversionError::failed("Zusammenfügen misslungen.");
             });
         const JobResult result = JobRunner::run(op, inputs, {});
-        const QString message =
-            style == OperationStyle::instant ? "Datenträger voll" : "Zusammenfügen misslungen.";
+        const QString message = style == OperationStyle::instant ? "Der Datenträger ist voll."
+                                                                 : "Zusammenfügen misslungen.";
         EXPECT_EQ(calls, 1);
         EXPECT_TRUE(result.outputs.isEmpty());
         EXPECT_FALSE(result.succeeded());

@@ -1,5 +1,6 @@
 #include "X11DesktopInput.h"
 
+#include "InputAlias.h"
 #include "Settings/ModifierKey.h"
 
 #include <QSocketNotifier>
@@ -38,9 +39,8 @@ QStringList localFiles(const QByteArray& uriList) {
         const QByteArray line = raw.trimmed();
         if (line.isEmpty() || line.startsWith('#'))
             continue;
-        const QUrl url = QUrl::fromEncoded(line);
-        if (url.isLocalFile())
-            paths.append(url.toLocalFile());
+        if (const QString path = InputAlias::forFileUri(line); !path.isEmpty())
+            paths.append(path);
     }
     return paths;
 }
