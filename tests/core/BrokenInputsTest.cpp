@@ -62,7 +62,8 @@ bool looksLikeOurSentence(const QString& message) {
     static const QRegularExpression english(
         QStringLiteral("\\b(error|failed|denied|No such|Unknown|cannot|invalid|warning)\\b"),
         QRegularExpression::CaseInsensitiveOption);
-    return !message.isEmpty() && (message.endsWith(u'.') || message.endsWith(u'“')) &&
+    const bool unbuilt = message.startsWith(QStringLiteral("Nicht unterstützt: "));
+    return !message.isEmpty() && (unbuilt || message.endsWith(u'.') || message.endsWith(u'“')) &&
            !english.match(message).hasMatch() && !message.contains(QStringLiteral(".part"));
 }
 
