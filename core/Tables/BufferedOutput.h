@@ -4,13 +4,19 @@
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QIODevice>
+#include <functional>
 
 namespace tramix {
 
 class BufferedOutput {
 public:
-    // `name` is the file name that write errors mention.
+    // Called with the errno of a write the device refused; must throw.
+    using Failure = std::function<void(int error)>;
+
+    // A refused write throws ConversionError "„{name}“ konnte nicht geschrieben werden: {reason}"
+    // (see SystemError), `name` being the file name the user knows.
     BufferedOutput(QIODevice& device, const QString& name);
+    BufferedOutput(QIODevice& device, Failure failure);
 
     void append(QByteArrayView bytes) {
         buffer_.append(bytes);
@@ -22,15 +28,19 @@ public:
         if (buffer_.size() >= capacity)
             flush();
     }
-    // Throws ConversionError when the device refuses the bytes.
+    // Hands the buffer to the device (which may buffer it further: flush and close the device,
+    // too, and check them). Throws when the device refuses the bytes.
     void flush();
+    // Bytes appended so far, written or not.
+    qint64 size() const { return flushed_ + buffer_.size(); }
 
 private:
     static constexpr qsizetype capacity = 1 << 20;
 
     QIODevice& device_;
-    QString name_;
+    Failure failure_;
     QByteArray buffer_;
+    qint64 flushed_ = 0;
 };
 
 } // namespace tramix

@@ -1,7 +1,9 @@
 #include "CellSpool.h"
 
 #include "ConversionError.h"
+#include "SystemError.h"
 
+#include <cerrno>
 #include <cstring>
 
 namespace tramix {
@@ -11,19 +13,19 @@ namespace {
 constexpr qsizetype headerSize = 3 * sizeof(qint32);
 constexpr qint64 pieceSize = 1 << 20;
 
-ConversionError spoolFailed(const QFile& file) {
-    return ConversionError::failed(
-        QStringLiteral("Die Tabelle konnte nicht zwischengespeichert werden: %1")
-            .arg(file.errorString()));
+[[noreturn]] void spoolFailed(const QString& reason) {
+    throw ConversionError::failed(
+        QStringLiteral("Die Tabelle konnte nicht zwischengespeichert werden: %1").arg(reason));
 }
 
 } // namespace
 
 CellSpool::CellSpool(const QString& path)
     : file_(path) {
+    errno = 0;
     if (!file_.open(QIODevice::ReadWrite | QIODevice::NewOnly))
-        throw spoolFailed(file_);
-    out_.emplace(file_, QStringLiteral("Zwischenspeicher"));
+        spoolFailed(SystemError::writeReason(errno ? errno : EIO));
+    out_.emplace(file_, [](int error) { spoolFailed(SystemError::writeReason(error)); });
 }
 
 void CellSpool::add(int row, int column, const QString& text) {
@@ -35,12 +37,16 @@ void CellSpool::add(int row, int column, const QString& text) {
 
 void CellSpool::replay(const CellHandler& onCell) {
     out_->flush();
-    if (!file_.seek(0))
-        throw spoolFailed(file_);
+    errno = 0;
+    if (!file_.flush() || !file_.seek(0))
+        spoolFailed(SystemError::writeReason(errno ? errno : EIO));
     QByteArray buffer;
     qsizetype at = 0;
     for (;;) {
+        errno = 0;
         const QByteArray piece = file_.read(pieceSize);
+        if (file_.error() != QFileDevice::NoError)
+            spoolFailed(SystemError::readReason(errno ? errno : EIO));
         if (piece.isEmpty())
             break;
         buffer.remove(0, at);
@@ -57,7 +63,7 @@ void CellSpool::replay(const CellHandler& onCell) {
         }
     }
     if (at != buffer.size())
-        throw spoolFailed(file_);
+        spoolFailed(SystemError::readReason(EIO));
 }
 
 } // namespace tramix

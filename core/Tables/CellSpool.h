@@ -17,9 +17,13 @@ public:
     // Throws ConversionError when the file cannot be made.
     explicit CellSpool(const QString& path);
 
+    // Throws ConversionError "Die Tabelle konnte nicht zwischengespeichert werden: {reason}"
+    // when the disk refuses the cell.
     void add(int row, int column, const QString& text);
     // Hands every cell back in the order it was added; call once, after the last `add`.
     void replay(const CellHandler& onCell);
+    // The bytes the spool holds.
+    qint64 size() const { return out_->size(); }
 
 private:
     QFile file_;

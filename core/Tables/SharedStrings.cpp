@@ -14,6 +14,11 @@ bool SharedStrings::parse(QIODevice& device) {
             else if (xml.name() == u"t")
                 inText = true;
             break;
+        case QXmlStreamReader::DTD:
+            // Workbook parts have none (OPC forbids them); its entities could swell one cell
+            // to gigabytes.
+            xml.raiseError(QStringLiteral("DTD"));
+            break;
         case QXmlStreamReader::Characters:
             if (inText)
                 current += xml.text();

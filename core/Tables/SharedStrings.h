@@ -12,7 +12,7 @@ struct SharedStrings {
     QString current;
     bool inText = false;
 
-    // False when the XML is broken.
+    // False when the XML is broken or has a DTD, which no workbook part may have.
     bool parse(QIODevice& device);
 };
 

@@ -1,8 +1,10 @@
 #include "SheetReader.h"
 
+#include "TableLimits.h"
 #include "XLSXCells.h"
 
 #include <QXmlStreamReader>
+#include <algorithm>
 #include <charconv>
 
 namespace tramix {
@@ -20,7 +22,57 @@ std::optional<double> parseDouble(const QString& text) {
     return number;
 }
 
+// A reference as the sentence about it quotes it: a hostile file's may be endless.
+QString quoted(QStringView reference) {
+    constexpr qsizetype longest = 20;
+    return reference.size() <= longest ? reference.toString()
+                                       : reference.first(longest).toString() + u'…';
+}
+
 } // namespace
+
+// Rows and columns saturate at the limits, so counting on past them never overflows.
+bool SheetReader::startRow(QStringView reference) {
+    column = -1;
+    bool ok = false;
+    const qint64 number = reference.toLongLong(&ok);
+    const bool digits =
+        !reference.isEmpty() && std::all_of(reference.begin(), reference.end(),
+                                            [](QChar c) { return c >= u'0' && c <= u'9'; });
+    if (digits && (!ok || number > TableLimits::maxRows)) {
+        outside = QStringLiteral("Zeile %1").arg(quoted(reference));
+        return false;
+    }
+    // Without a usable number, the row after the last; row 0 and below hold nothing we keep.
+    row = !ok ? std::min(row + 1, TableLimits::maxRows) : number < 1 ? -1 : int(number) - 1;
+    if (row < TableLimits::maxRows)
+        return true;
+    outside = QStringLiteral("Zeile %1").arg(TableLimits::maxRows + 1);
+    return false;
+}
+
+bool SheetReader::startCell(const QXmlStreamAttributes& attributes) {
+    type = attributes.hasAttribute(QLatin1String("t"))
+               ? attributes.value(QLatin1String("t")).toString()
+               : QStringLiteral("n");
+    value.clear();
+    if (!attributes.hasAttribute(QLatin1String("r"))) {
+        column = std::min(column + 1, TableLimits::maxColumns);
+        if (column < TableLimits::maxColumns)
+            return true;
+        outside = QStringLiteral("Spalte %1").arg(XLSXCells::columnName(column));
+        return false;
+    }
+    const QStringView reference = attributes.value(QLatin1String("r"));
+    const qsizetype letters = std::find_if(reference.begin(), reference.end(),
+                                           [](QChar c) { return c < u'A' || c > u'Z'; }) -
+                              reference.begin();
+    column = XLSXCells::columnIndex(reference);
+    if (letters <= 3 && column < TableLimits::maxColumns) // "XFD" is the last column
+        return true;
+    outside = QStringLiteral("Spalte %1").arg(quoted(reference.first(letters)));
+    return false;
+}
 
 QString SheetReader::cellText() const {
     if (type == u"s") {
@@ -44,24 +96,21 @@ bool SheetReader::parse(QIODevice& device) {
         case QXmlStreamReader::StartElement: {
             const QStringView name = xml.name();
             if (name == u"row") {
-                bool ok = false;
-                const int number = xml.attributes().value(QLatin1String("r")).toInt(&ok);
-                row = ok ? number - 1 : row + 1;
-                column = -1;
+                if (!startRow(xml.attributes().value(QLatin1String("r"))))
+                    xml.raiseError(outside);
             } else if (name == u"c") {
-                const QXmlStreamAttributes attributes = xml.attributes();
-                column = attributes.hasAttribute(QLatin1String("r"))
-                             ? XLSXCells::columnIndex(attributes.value(QLatin1String("r")))
-                             : column + 1;
-                type = attributes.hasAttribute(QLatin1String("t"))
-                           ? attributes.value(QLatin1String("t")).toString()
-                           : QStringLiteral("n");
-                value.clear();
+                if (!startCell(xml.attributes()))
+                    xml.raiseError(outside);
             } else if (name == u"v" || name == u"t") {
                 collecting = true;
             }
             break;
         }
+        case QXmlStreamReader::DTD:
+            // Workbook parts have none (OPC forbids them); its entities could swell one cell
+            // to gigabytes.
+            xml.raiseError(QStringLiteral("DTD"));
+            break;
         case QXmlStreamReader::Characters:
             if (collecting)
                 value += xml.text();
@@ -70,10 +119,8 @@ bool SheetReader::parse(QIODevice& device) {
             const QStringView name = xml.name();
             if (name == u"v" || name == u"t")
                 collecting = false;
-            else if (name == u"c" && row >= 0 && onCell)
-                onCell(row, column, cellText());
             else if (name == u"c" && row >= 0)
-                cells[row][column] = cellText();
+                onCell(row, column, cellText());
             break;
         }
         default:
@@ -81,20 +128,6 @@ bool SheetReader::parse(QIODevice& device) {
         }
     }
     return !xml.hasError();
-}
-
-TableGrid SheetReader::grid() const {
-    if (cells.empty())
-        return {};
-    int width = 0;
-    for (const auto& [index, columns] : cells)
-        width = std::max(width, columns.rbegin()->first + 1);
-    TableGrid grid(cells.rbegin()->first + 1, QStringList(width));
-    for (const auto& [index, columns] : cells) {
-        for (const auto& [at, text] : columns)
-            grid[index][at] = text;
-    }
-    return grid;
 }
 
 } // namespace tramix

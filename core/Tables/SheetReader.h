@@ -1,39 +1,41 @@
-// Collects the cells of one worksheet: positions from the `r` attributes (or counted on where
-// they are missing), texts by cell type, shared strings looked up. With a cell handler the cells
-// are handed over as they come instead of being kept.
+// Reads the cells of one worksheet: positions from the `r` attributes (or counted on where they
+// are missing), texts by cell type, shared strings looked up; each cell is handed over as it
+// comes.
 #pragma once
 
-#include "TableGrid.h"
-
 #include <QIODevice>
+#include <QStringList>
+#include <QXmlStreamAttributes>
 #include <functional>
-#include <map>
 
 namespace tramix {
 
 struct SheetReader {
     using CellHandler = std::function<void(int row, int column, const QString& text)>;
 
-    explicit SheetReader(const QStringList& shared, CellHandler onCell = {})
+    SheetReader(const QStringList& shared, CellHandler onCell)
         : shared(shared)
         , onCell(std::move(onCell)) {}
 
     const QStringList& shared;
     CellHandler onCell;
-    std::map<int, std::map<int, QString>> cells; // row → column → text
     int row = -1;
     int column = -1;
     QString type;
     QString value;
     bool collecting = false;
+    // Where the sheet first reaches past the limits of a workbook ("Zeile 2000000000",
+    // "Spalte AAAAAAAAA"); reading stops there.
+    QString outside;
 
-    // False when the XML is broken.
+    // False when the XML is broken or has a DTD, which no workbook part may have, or when a row
+    // or cell lies outside the limits (see `outside`).
     bool parse(QIODevice& device);
-    // Every row up to the last one that holds a cell, every row as wide as the widest.
-    TableGrid grid() const;
 
 private:
     QString cellText() const;
+    bool startRow(QStringView reference);
+    bool startCell(const QXmlStreamAttributes& attributes);
 };
 
 } // namespace tramix

@@ -4,9 +4,12 @@
 #include "ConversionError.h"
 #include "DelimitedParser.h"
 #include "DelimitedWriter.h"
+#include "DiskSpace.h"
 #include "FileKind.h"
 #include "HTMLTableWriter.h"
 #include "JSONTableWriter.h"
+#include "SystemError.h"
+#include "TableLimits.h"
 #include "TextScan.h"
 #include "XLSX.h"
 #include "XLSXWriter.h"
@@ -14,6 +17,7 @@
 #include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
+#include <cerrno>
 #include <memory>
 
 namespace tramix::SpreadsheetConverter {
@@ -24,6 +28,20 @@ constexpr qint64 chunkSize = 1 << 20;
 
 ConversionError emptyTable() {
     return ConversionError::failed(QStringLiteral("Die Tabelle ist leer."));
+}
+
+// The sentence for a write to `name` that just failed, by its errno.
+[[noreturn]] void writeFailed(const QString& name) {
+    SystemError::throwWriteFailure(name, errno ? errno : EIO);
+}
+
+// JSON repeats the header in every row, so a wide header over many short rows would write far
+// more than it read; no result grows past the limit of TableLimits::expansionLimit.
+ConversionError resultTooLarge(const QString& name, qint64 limit, const QString& source) {
+    return ConversionError::failed(
+        QStringLiteral("„%1“ würde größer als %2 und damit mehr als hundertmal so groß wie „%3“; "
+                       "die Umwandlung wurde abgebrochen.")
+            .arg(name, DiskSpace::sizeText(limit), QFileInfo(source).fileName()));
 }
 
 // A writer for a text target on an open device.
@@ -45,9 +63,10 @@ void readPieces(const QString& path, const std::function<void(QByteArrayView)>& 
         throw ConversionError::unreadable(QFileInfo(path).fileName());
     QByteArray buffer(chunkSize, Qt::Uninitialized);
     for (;;) {
+        errno = 0;
         const qint64 count = file.read(buffer.data(), chunkSize);
         if (count < 0)
-            throw ConversionError::unreadable(QFileInfo(path).fileName());
+            SystemError::throwReadFailure(path, errno ? errno : EIO);
         if (count == 0)
             return;
         piece(QByteArrayView(buffer.constData(), count));
@@ -64,31 +83,43 @@ qint64 streamDelimited(const QString& path, const DelimitedParser::RowHandler& o
     return parser.rows();
 }
 
-// Writes the rows that `produce` hands over to `destination` in format `ext`, atomically, and
-// returns the path written; a table without rows leaves nothing behind.
+// Writes the rows that `produce` hands over from `source` to `destination` in format `ext`,
+// atomically, and returns the path written; a table without rows, or one that fails, leaves
+// nothing behind.
 QString writeTable(NameReservation destination, const QString& ext, const QString& title,
+                   const QString& source,
                    const std::function<qint64(const DelimitedParser::RowHandler&)>& produce) {
     const QString name = QFileInfo(destination.path()).fileName();
+    const qint64 limit = TableLimits::expansionLimit(QFileInfo(source).size());
     return AtomicFile::write(std::move(destination), [&](const QString& temporary) {
         if (ext == u"xlsx") {
-            XLSXWriter writer(temporary);
+            // A workbook holds no empty cells and no repeated header; the sheet's own limits
+            // bound it.
+            XLSXWriter writer(temporary, name);
             if (produce([&](const TableRow& row) { writer.row(row); }) == 0)
                 throw emptyTable();
             writer.finish();
             return;
         }
+        // The temporary file exists already; it may be a file without a name of its own.
         QFile file(temporary);
-        if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
-            throw ConversionError::failed(QStringLiteral("„%1“ konnte nicht geschrieben werden: %2")
-                                              .arg(name, file.errorString()));
-        }
+        errno = 0;
+        if (!file.open(QIODevice::WriteOnly))
+            writeFailed(name);
         const auto writer = textWriter(ext, file, name, title);
-        if (produce([&](const TableRow& row) { writer->row(row); }) == 0)
+        if (produce([&](const TableRow& row) {
+                writer->row(row);
+                if (file.pos() > limit)
+                    throw resultTooLarge(name, limit, source);
+            }) == 0)
             throw emptyTable();
         writer->finish();
+        errno = 0;
         if (!file.flush())
-            throw ConversionError::failed(QStringLiteral("„%1“ konnte nicht geschrieben werden: %2")
-                                              .arg(name, file.errorString()));
+            writeFailed(name);
+        file.close();
+        if (file.error() != QFileDevice::NoError)
+            writeFailed(name);
     });
 }
 
@@ -121,7 +152,7 @@ QString convert(const QString& input, const QString& ext, const OutputContext& c
         throw ConversionError::unreadable(QFileInfo(input).fileName());
 
     const bool workbook = pathExtension(input).toLower() == u"xlsx";
-    return writeTable(context.destination(input, target), target, title,
+    return writeTable(context.destination(input, target), target, title, input,
                       [&](const DelimitedParser::RowHandler& onRow) {
                           return workbook ? XLSX::stream(input, onRow)
                                           : streamDelimited(input, onRow);

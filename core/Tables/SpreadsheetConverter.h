@@ -1,5 +1,6 @@
-// Tables between CSV, TSV, XLSX, JSON and HTML. Delimited sources stream from disk to the
-// result, so a table's size is no limit; XLSX sources are read whole.
+// Tables between CSV, TSV, XLSX, JSON and HTML. Sources stream from disk to the result, so a
+// table's size is no limit of memory; what a small hostile file may make of itself is limited
+// instead (see TableLimits).
 #pragma once
 
 #include "OutputContext.h"
@@ -18,7 +19,9 @@ struct Format {
 const QList<Format>& formats();
 
 // Writes the table of `input` as `ext` next to it (or where the context says) and returns the
-// path. Throws ConversionError "Die Tabelle ist leer." for a table without rows.
+// path. Throws ConversionError "Die Tabelle ist leer." for a table without rows, and a sentence
+// of its own for a table beyond the limits of a workbook (XLSX in or out), a result that would
+// outgrow its source a hundredfold past 100 MB, or a file that cannot be read or written.
 QString convert(const QString& input, const QString& ext, const OutputContext& context);
 
 // The table of a file: XLSX by its first sheet, anything else as delimited text, read as UTF-8

@@ -1,12 +1,16 @@
 #include "XLSXWriter.h"
 
+#include "AtomicFile.h"
 #include "ChildProcess.h"
 #include "ConversionError.h"
+#include "SystemError.h"
+#include "TableLimits.h"
 #include "XLSXCells.h"
 #include "XMLText.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <cerrno>
 
 namespace tramix {
 
@@ -44,40 +48,65 @@ QByteArray workbook() {
            "\"><sheets><sheet name=\"Tabelle1\" sheetId=\"1\" r:id=\"rId1\"/></sheets></workbook>";
 }
 
-void writePart(const ScratchFolder& folder, const QString& name, const QByteArray& bytes) {
-    const QString path = folder.filePath(name);
-    QDir().mkpath(QFileInfo(path).absolutePath());
+// Throws the sentence for a write that just failed, by its errno.
+[[noreturn]] void writeFailed(const QString& name) {
+    SystemError::throwWriteFailure(name, errno ? errno : EIO);
+}
+
+void writePart(const ScratchFolder& folder, const QString& part, const QByteArray& bytes,
+               const QString& name) {
+    const QString path = folder.filePath(part);
+    errno = 0;
+    if (!QDir().mkpath(QFileInfo(path).absolutePath()))
+        writeFailed(name);
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush()) {
-        throw ConversionError::failed(QStringLiteral("„%1“ konnte nicht geschrieben werden: %2")
-                                          .arg(name, file.errorString()));
-    }
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
+        writeFailed(name);
+    file.close();
+    if (file.error() != QFileDevice::NoError)
+        writeFailed(name);
+}
+
+// The package's name in the scratch folder: the user's, so that a failure to copy it names the
+// file they know, unless zip would take it for something else.
+QString archiveName(const QString& name) {
+    const bool usable = !QFileInfo(name).suffix().isEmpty() && !name.startsWith(u'[') &&
+                        name != u"_rels" && name != u"xl";
+    return usable ? name : QStringLiteral("Arbeitsmappe.xlsx");
+}
+
+ConversionError tooManyRows() {
+    return ConversionError::failed(
+        QStringLiteral("Die Tabelle hat mehr Zeilen, als eine Excel-Datei fasst (höchstens %1).")
+            .arg(TableLimits::count(TableLimits::maxRows)));
+}
+
+ConversionError tooManyColumns(qint64 row, qsizetype lastColumn) {
+    return ConversionError::failed(
+        QStringLiteral("Die Tabelle hat mehr Spalten, als eine Excel-Datei fasst (Zeile %1 reicht "
+                       "bis Spalte %2, höchstens %3 sind möglich).")
+            .arg(TableLimits::count(row), TableLimits::count(lastColumn + 1),
+                 TableLimits::count(TableLimits::maxColumns)));
 }
 
 } // namespace
 
-XLSXWriter::XLSXWriter(const QString& destination)
+XLSXWriter::XLSXWriter(const QString& destination, const QString& name)
     : destination_(destination)
+    , name_(name)
     , folder_(QStringLiteral("tramix-xlsx-"))
     , sheet_(folder_.filePath(QStringLiteral("xl/worksheets/sheet1.xml")))
-    , out_(sheet_, QFileInfo(destination).fileName()) {
-    // zip would add to an existing archive instead of replacing it; neither may happen.
-    if (QFileInfo::exists(destination)) {
-        throw ConversionError::failed(
-            QStringLiteral("„%1“ konnte nicht geschrieben werden: Die Datei gibt es schon.")
-                .arg(QFileInfo(destination).fileName()));
-    }
-    writePart(folder_, QStringLiteral("[Content_Types].xml"), contentTypes());
+    , out_(sheet_, name) {
+    writePart(folder_, QStringLiteral("[Content_Types].xml"), contentTypes(), name_);
     writePart(folder_, QStringLiteral("_rels/.rels"),
-              relationship("officeDocument", "xl/workbook.xml"));
-    writePart(folder_, QStringLiteral("xl/workbook.xml"), workbook());
+              relationship("officeDocument", "xl/workbook.xml"), name_);
+    writePart(folder_, QStringLiteral("xl/workbook.xml"), workbook(), name_);
     writePart(folder_, QStringLiteral("xl/_rels/workbook.xml.rels"),
-              relationship("worksheet", "worksheets/sheet1.xml"));
-    QDir().mkpath(folder_.filePath(QStringLiteral("xl/worksheets")));
-    if (!sheet_.open(QIODevice::WriteOnly)) {
-        throw ConversionError::failed(QStringLiteral("„%1“ konnte nicht geschrieben werden: %2")
-                                          .arg(sheet_.fileName(), sheet_.errorString()));
-    }
+              relationship("worksheet", "worksheets/sheet1.xml"), name_);
+    errno = 0;
+    if (!QDir().mkpath(folder_.filePath(QStringLiteral("xl/worksheets"))) ||
+        !sheet_.open(QIODevice::WriteOnly))
+        writeFailed(name_);
     out_.append(declaration);
     out_.append("<worksheet xmlns=\"");
     out_.append(mainNamespace);
@@ -110,6 +139,14 @@ void XLSXWriter::cell(QByteArrayView text, qsizetype column, QByteArrayView rowN
 }
 
 void XLSXWriter::row(const TableRow& row) {
+    if (rows_ >= TableLimits::maxRows)
+        throw tooManyRows();
+    // Empty cells are not written, so only the last one with content must fit.
+    qsizetype last = row.size() - 1;
+    while (last >= TableLimits::maxColumns && row.cell(last).isEmpty())
+        --last;
+    if (last >= TableLimits::maxColumns)
+        throw tooManyColumns(rows_ + 1, last);
     const QByteArray number = QByteArray::number(++rows_);
     out_.append("<row r=\"");
     out_.append(number);
@@ -124,12 +161,30 @@ void XLSXWriter::row(const TableRow& row) {
 void XLSXWriter::finish() {
     out_.append("</sheetData></worksheet>");
     out_.flush();
+    errno = 0;
+    if (!sheet_.flush())
+        writeFailed(name_);
     sheet_.close();
+    if (sheet_.error() != QFileDevice::NoError)
+        writeFailed(name_);
+    // zip makes its own temporary file beside the package, so it packs here and the package is
+    // copied into the destination, which may be a file without a folder of its own.
+    const QString package = folder_.filePath(archiveName(name_));
+    const auto explain = [&](int exitCode, const QString& errorOutput) {
+        constexpr int writeError = 14;  // zip: "error writing to a file"
+        constexpr int createError = 15; // zip: "unable to create or open a file"
+        if (exitCode != writeError && exitCode != createError)
+            return QString();
+        const int cause = errorOutput.contains(u"No space left") ? ENOSPC : EIO;
+        return QStringLiteral("„%1“ konnte nicht geschrieben werden: %2")
+            .arg(name_, SystemError::writeReason(cause));
+    };
     ChildProcess::run(QStringLiteral("/usr/bin/zip"),
-                      {QStringLiteral("-X"), QStringLiteral("-r"), QStringLiteral("-q"),
-                       destination_, QStringLiteral("[Content_Types].xml"), QStringLiteral("_rels"),
+                      {QStringLiteral("-X"), QStringLiteral("-r"), QStringLiteral("-q"), package,
+                       QStringLiteral("[Content_Types].xml"), QStringLiteral("_rels"),
                        QStringLiteral("xl")},
-                      folder_.path());
+                      folder_.path(), {}, explain);
+    AtomicFile::fillFrom(destination_, package);
 }
 
 } // namespace tramix

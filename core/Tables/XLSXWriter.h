@@ -1,5 +1,6 @@
-// Writes rows into a one-sheet workbook: the worksheet grows row by row in a private work
-// folder, and `finish` packs the package to the destination with zip.
+// Writes rows into a one-sheet workbook: the parts and the worksheet, growing row by row, go into
+// a private scratch folder, and `finish` packs them there with zip and copies the package into
+// the destination.
 #pragma once
 
 #include "BufferedOutput.h"
@@ -13,8 +14,11 @@ namespace tramix {
 
 class XLSXWriter : public TableWriter {
 public:
-    // `destination` must not exist yet; zip creates it.
-    explicit XLSXWriter(const QString& destination);
+    // `destination` is a file to fill, such as AtomicFile's temporary; `name` is the file name
+    // the user knows, for sentences about failures.
+    XLSXWriter(const QString& destination, const QString& name);
+    // Throws ConversionError when a row goes past the limits of a workbook (see TableLimits):
+    // a workbook beyond them is one spreadsheet programs refuse to open.
     void row(const TableRow& row) override;
     void finish() override;
 
@@ -23,6 +27,7 @@ private:
     const QByteArray& columnName(qsizetype column);
 
     QString destination_;
+    QString name_;
     ScratchFolder folder_;
     QFile sheet_;
     BufferedOutput out_;

@@ -1,10 +1,17 @@
 #include "Tables/SpreadsheetConverter.h"
 
+#include "SystemError.h"
 #include "Tables/DelimitedParser.h"
+#include "Tables/DelimitedWriter.h"
+#include "Tables/HTMLTableWriter.h"
+#include "Tables/JSONTableWriter.h"
 #include "Tables/TextScan.h"
 #include "TestFiles.h"
 
+#include <QFile>
+#include <cerrno>
 #include <gtest/gtest.h>
+#include <memory>
 
 using namespace tramix;
 using test::errorOf;
@@ -191,4 +198,49 @@ TEST(SpreadsheetConverter, LargeTablesStreamThroughPieceBoundariesLikeTheWholeTe
     latinGrid.append({"40000", "Grüße", "1"});
     EXPECT_EQ(Sheet::read(latin), latinGrid);
     EXPECT_EQ(test::readText(Sheet::convert(latin, "json", {})), Sheet::json(latinGrid));
+}
+
+// Every writer's bytes reach the disk or the user hears why not; /dev/full refuses them all.
+TEST(SpreadsheetConverter, WritersSayWhenTheDiskIsFull) {
+    const TableRow big = TableRow::from({"Kopf", QString(2 << 20, u'x')});
+    for (const char* ext : {"csv", "tsv", "json", "html"}) {
+        QFile full("/dev/full");
+        ASSERT_TRUE(full.open(QIODevice::WriteOnly));
+        const QString name = QString("Tabelle.") + ext;
+        std::unique_ptr<TableWriter> writer;
+        if (ext == QString("json"))
+            writer = std::make_unique<JSONTableWriter>(full, name);
+        else if (ext == QString("html"))
+            writer = std::make_unique<HTMLTableWriter>(full, name, "Tabelle");
+        else
+            writer =
+                std::make_unique<DelimitedWriter>(full, name, ext == QString("csv") ? ',' : '\t');
+        EXPECT_EQ(errorOf([&] {
+                      writer->row(big);
+                      writer->row(big);
+                      writer->finish();
+                  }),
+                  "„" + name +
+                      "“ konnte nicht geschrieben werden: " + SystemError::writeReason(ENOSPC))
+            << ext;
+    }
+}
+
+// JSON names every column in every row: a wide header over short rows must not become gigabytes.
+TEST(SpreadsheetConverter, NoResultGrowsAHundredfoldPastItsSource) {
+    test::TestFolder folder;
+    QByteArray text;
+    for (int column = 0; column < 1000; ++column)
+        text +=
+            (column ? "," : "") + QByteArray(100, 'a' + column % 26) + QByteArray::number(column);
+    text += "\n";
+    for (int row = 0; row < 2000; ++row)
+        text += "x\n";
+    const QString csv = folder.file("Breit.csv", text);
+    EXPECT_EQ(errorOf([&] { Sheet::convert(csv, "json", {}); }),
+              "„Breit.json“ würde größer als 100 MB und damit mehr als hundertmal so groß wie "
+              "„Breit.csv“; die Umwandlung wurde abgebrochen.");
+    // The same table as CSV or HTML is no larger than its source.
+    EXPECT_EQ(Sheet::convert(csv, "tsv", {}), folder.path("Breit.tsv"));
+    EXPECT_EQ(folder.names(), QStringList({"Breit.csv", "Breit.tsv"}));
 }

@@ -1,13 +1,21 @@
 #include "Tables/XLSX.h"
 
+#include "DiskSpace.h"
+#include "SystemError.h"
 #include "Tables/SpreadsheetConverter.h"
 #include "Tables/XLSXCells.h"
+#include "Tables/XLSXWriter.h"
 #include "TestFiles.h"
 
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QScopeGuard>
+#include <QtEndian>
+#include <cerrno>
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 using namespace tramix;
 using test::errorOf;
@@ -48,6 +56,100 @@ TableGrid padded(TableGrid grid) {
             row.append(QString());
     }
     return grid;
+}
+
+// One part of a package built byte by byte, so that its listing can say what a test wants.
+struct Part {
+    QByteArray name;
+    QByteArray data; // raw deflate
+    qint64 size = 0; // as listed
+    quint32 crc = 0; // as listed
+};
+
+// `pieces` deflated one after another, as one part whose listing tells the truth.
+Part deflated(const QByteArray& name, const QList<std::pair<QByteArray, int>>& pieces) {
+    Part part{name, {}, 0, quint32(crc32(0, nullptr, 0))};
+    z_stream stream{};
+    deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, -MAX_WBITS, 9, Z_DEFAULT_STRATEGY);
+    QByteArray out(1 << 16, Qt::Uninitialized);
+    const auto pump = [&](const QByteArray& bytes, int flush) {
+        stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.constData()));
+        stream.avail_in = uInt(bytes.size());
+        do {
+            stream.next_out = reinterpret_cast<Bytef*>(out.data());
+            stream.avail_out = uInt(out.size());
+            deflate(&stream, flush);
+            part.data.append(out.constData(), out.size() - stream.avail_out);
+        } while (stream.avail_out == 0);
+    };
+    for (const auto& [bytes, times] : pieces) {
+        for (int i = 0; i < times; ++i) {
+            pump(bytes, Z_NO_FLUSH);
+            part.crc = quint32(crc32(part.crc, reinterpret_cast<const Bytef*>(bytes.constData()),
+                                     uInt(bytes.size())));
+            part.size += bytes.size();
+        }
+    }
+    pump({}, Z_FINISH);
+    deflateEnd(&stream);
+    return part;
+}
+
+QByteArray zipOf(const QList<Part>& parts) {
+    const auto le16 = [](QByteArray& to, quint16 value) {
+        to.append(reinterpret_cast<const char*>(&(value = qToLittleEndian(value))), 2);
+    };
+    const auto le32 = [](QByteArray& to, quint32 value) {
+        to.append(reinterpret_cast<const char*>(&(value = qToLittleEndian(value))), 4);
+    };
+    QByteArray file, directory;
+    for (const Part& part : parts) {
+        const auto header = [&](QByteArray& to, bool central) {
+            le32(to, central ? 0x02014b50 : 0x04034b50);
+            if (central)
+                le16(to, 20); // made by
+            le16(to, 20);     // needed
+            le16(to, 0);      // flags
+            le16(to, 8);      // deflated
+            le32(to, 0);      // time and date
+            le32(to, part.crc);
+            le32(to, quint32(part.data.size()));
+            le32(to, quint32(part.size));
+            le16(to, quint16(part.name.size()));
+            le16(to, 0); // extra
+            if (central) {
+                le16(to, 0); // comment
+                le16(to, 0); // disk
+                le16(to, 0); // internal attributes
+                le32(to, 0); // external attributes
+                le32(to, quint32(file.size()));
+            }
+            to.append(part.name);
+        };
+        header(directory, true);
+        header(file, false);
+        file.append(part.data);
+    }
+    const qint64 directoryOffset = file.size();
+    file.append(directory);
+    le32(file, 0x06054b50);
+    le32(file, 0); // disks
+    le16(file, quint16(parts.size()));
+    le16(file, quint16(parts.size()));
+    le32(file, quint32(directory.size()));
+    le32(file, quint32(directoryOffset));
+    le16(file, 0);
+    return file;
+}
+
+// Every file under `folder`, relative to it: what a conversion left in its scratch folder.
+QStringList filesUnder(const QString& folder) {
+    QStringList files;
+    QDirIterator it(folder, QDir::Files | QDir::Hidden | QDir::System,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext())
+        files.append(QDir(folder).relativeFilePath(it.next()));
+    return files;
 }
 
 const TableGrid tricky = {
@@ -176,9 +278,9 @@ TEST(XLSX, ReadsSharedStringsTypesGapsAndCountsOnWithoutReferences) {
 
 TEST(XLSX, DamagedWorkbooksSaySoAndLeaveNothingBehind) {
     test::TestFolder folder;
-    const QByteArray scratch = qgetenv("TMPDIR");
-    qputenv("TMPDIR", folder.folder("tmp").toUtf8());
-    const auto restore = qScopeGuard([&] { qputenv("TMPDIR", scratch); });
+    const QByteArray cache = qgetenv("XDG_CACHE_HOME");
+    qputenv("XDG_CACHE_HOME", folder.folder("tmp").toUtf8());
+    const auto restore = qScopeGuard([&] { qputenv("XDG_CACHE_HOME", cache); });
 
     const QString notZip = folder.file("Kaputt.xlsx", "PK\x03\x04 this is no zip at all");
     XLSX::write(tricky, folder.path("Gut.xlsx"));
@@ -187,16 +289,186 @@ TEST(XLSX, DamagedWorkbooksSaySoAndLeaveNothingBehind) {
     const QString brokenXML = handMadeWorkbook(
         folder, "XML.xlsx", {{"xl/worksheets/sheet1.xml", sheetXML("<row><c><v>1</v></row>")}});
     const QString noWorkbook = handMadeWorkbook(folder, "Fremd.xlsx", {{"notes.txt", "hello"}});
+    // A part that holds more than its listing says is read up to the listed size and no further.
+    const QByteArray rows = sheetXML("<row><c><v>1</v></c></row>");
+    Part lying = deflated("xl/worksheets/sheet1.xml", {{rows, 1}});
+    lying.size = rows.size() / 2;
+    const QString lies = folder.file("Lügt.xlsx", zipOf({lying}));
+    Part wrongSum = deflated("xl/worksheets/sheet1.xml", {{rows, 1}});
+    wrongSum.crc ^= 1;
+    const QString badSum = folder.file("Prüfsumme.xlsx", zipOf({wrongSum}));
+    EXPECT_EQ(XLSX::read(folder.file("Ehrlich.xlsx",
+                                     zipOf({deflated("xl/worksheets/sheet1.xml", {{rows, 1}})}))),
+              TableGrid({{"1"}}));
 
-    for (const QString& workbook : {notZip, truncated, brokenXML, noWorkbook}) {
+    // Entities would let a few bytes stand for gigabytes of text; no workbook part has a DTD.
+    const QByteArray dtd =
+        "<?xml version=\"1.0\"?><!DOCTYPE x [<!ENTITY a \"" + QByteArray(4000, 'a') + "\">]>";
+    const QString entities = handMadeWorkbook(
+        folder, "Entität.xlsx",
+        {{"xl/worksheets/sheet1.xml",
+          dtd + "<worksheet><sheetData><row><c t=\"str\"><v>&a;&a;</v></c></row></sheetData>"
+                "</worksheet>"}});
+    const QString sharedEntities = handMadeWorkbook(
+        folder, "Geteilt.xlsx",
+        {{"xl/sharedStrings.xml", dtd + "<sst><si><t>&a;&a;</t></si></sst>"},
+         {"xl/worksheets/sheet1.xml", sheetXML("<row><c t=\"s\"><v>0</v></c></row>")}});
+
+    for (const QString& workbook :
+         {notZip, truncated, brokenXML, noWorkbook, lies, badSum, entities, sharedEntities}) {
         EXPECT_EQ(errorOf([&] { SpreadsheetConverter::convert(workbook, "csv", {}); }),
                   "Die Excel-Datei ist beschädigt.")
             << workbook.toStdString();
     }
     EXPECT_EQ(folder.names(),
-              QStringList({"Fremd.xlsx", "Fremd.xlsx.parts", "Gut.xlsx", "Halb.xlsx", "Kaputt.xlsx",
-                           "XML.xlsx", "XML.xlsx.parts", "tmp"}));
-    EXPECT_EQ(test::namesIn(folder.path("tmp")), QStringList());
+              QStringList({"Ehrlich.xlsx", "Entität.xlsx", "Entität.xlsx.parts", "Fremd.xlsx",
+                           "Fremd.xlsx.parts", "Geteilt.xlsx", "Geteilt.xlsx.parts", "Gut.xlsx",
+                           "Halb.xlsx", "Kaputt.xlsx", "Lügt.xlsx", "Prüfsumme.xlsx", "XML.xlsx",
+                           "XML.xlsx.parts", "tmp"}));
+    EXPECT_EQ(filesUnder(folder.path("tmp")), QStringList());
+}
+
+TEST(XLSX, ZIP64PackagesReadLikeAnyOther) {
+    test::TestFolder folder;
+    const QString root = folder.folder("parts");
+    folder.file(
+        "parts/xl/worksheets/sheet1.xml",
+        sheetXML("<row r=\"2\"><c r=\"B2\" t=\"inlineStr\"><is><t>weit</t></is></c></row>"));
+    const QString workbook = folder.path("Gross.xlsx");
+    test::toolOutput("/usr/bin/zip", {"-q", "-X", "-fz", "-r", workbook, "xl"}, root);
+    EXPECT_EQ(XLSX::read(workbook), TableGrid({{"", ""}, {"", "weit"}}));
+}
+
+// A 1.4 KB workbook must neither crash nor write gigabytes: cells outside the sheet are refused,
+// and so are a few cells far apart that every format but XLSX would spell out as a full grid.
+TEST(XLSX, CellsBeyondTheSheetOrFarApartAreRefusedInASentence) {
+    test::TestFolder folder;
+    const auto workbook = [&](const QString& name, const QByteArray& rows) {
+        return handMadeWorkbook(folder, name, {{"xl/worksheets/sheet1.xml", sheetXML(rows)}});
+    };
+    const QString column =
+        workbook("Spalte.xlsx", "<row r=\"1\"><c r=\"AAAAAAAAA1\"><v>1</v></c></row>");
+    for (const char* target : {"csv", "tsv", "json", "html", "xlsx"}) {
+        EXPECT_EQ(errorOf([&] { SpreadsheetConverter::convert(column, target, {}); }),
+                  "„Spalte.xlsx“ hat Zellen außerhalb der Tabellengrenzen (Spalte AAAAAAAAA).")
+            << target;
+    }
+    const std::pair<QByteArray, QString> outside[] = {
+        {"<row r=\"2000000000\"><c r=\"A2000000000\"><v>1</v></c></row>", "Zeile 2000000000"},
+        {"<row r=\"99999999999999999999999\"/>", "Zeile 99999999999999999999…"},
+        {"<row r=\"1048576\"/><row><c><v>1</v></c></row>", "Zeile 1048577"},
+        {"<row><c r=\"XFD1\"><v>1</v></c><c><v>2</v></c></row>", "Spalte XFE"},
+        {"<row><c r=\"XFE1\"><v>1</v></c></row>", "Spalte XFE"},
+    };
+    for (const auto& [rows, where] : outside) {
+        const QString path = workbook("Grenze.xlsx", rows);
+        EXPECT_EQ(errorOf([&] { XLSX::read(path); }),
+                  "„Grenze.xlsx“ hat Zellen außerhalb der Tabellengrenzen (" + where + ").")
+            << rows.data();
+        QFile::remove(path);
+    }
+
+    // At the edge, in order or not: 2 cells in a grid of 17 billion.
+    const QString sparse = "„Weit.xlsx“ ist zu dünn besetzt: Für 2 Zellen mit Inhalt wären "
+                           "1.048.576 Zeilen mit je 16.384 Spalten zu schreiben, fast alle Felder "
+                           "leer.";
+    for (const QByteArray& rows :
+         {QByteArray("<row r=\"1\"><c r=\"A1\"><v>1</v></c></row>"
+                     "<row r=\"1048576\"><c r=\"XFD1048576\"><v>2</v></c></row>"),
+          QByteArray("<row r=\"1048576\"><c r=\"XFD1048576\"><v>2</v></c></row>"
+                     "<row r=\"1\"><c r=\"A1\"><v>1</v></c></row>")}) {
+        const QString path = workbook("Weit.xlsx", rows);
+        EXPECT_EQ(errorOf([&] { SpreadsheetConverter::convert(path, "json", {}); }), sparse);
+        QFile::remove(path);
+    }
+    const QString one = workbook("Eine.xlsx", "<row r=\"1048576\"><c r=\"XFD1048576\"/></row>");
+    EXPECT_EQ(errorOf([&] { XLSX::read(one); }),
+              "„Eine.xlsx“ ist zu dünn besetzt: Für 0 Zellen mit Inhalt wären 1.048.576 Zeilen mit "
+              "je 16.384 Spalten zu schreiben, fast alle Felder leer.");
+
+    // The last row and column are fine, and a grid that small is written whatever its gaps.
+    QByteArray lastCell;
+    EXPECT_EQ(XLSX::stream(workbook("Tief.xlsx", "<row r=\"1048576\"><c><v>1</v></c></row>"),
+                           [&](const TableRow& row) { lastCell = row.cell(0).toByteArray(); }),
+              1048576);
+    EXPECT_EQ(lastCell, "1");
+    const TableGrid wide = XLSX::read(workbook(
+        "Breit.xlsx", "<row r=\"3\"><c r=\"A3\"><v>a</v></c><c r=\"XFD3\"><v>b</v></c></row>"));
+    ASSERT_EQ(wide.size(), 3);
+    EXPECT_EQ(wide[2].size(), 16384);
+    EXPECT_EQ(wide[2].back(), "b");
+    EXPECT_EQ(folder.names().filter(QRegularExpression("\\.(csv|tsv|json|html)$")), QStringList());
+}
+
+// A package that promises to unpack to more than a hundredfold its size past 100 MB is not read;
+// neither is one whose shared strings, used over and over, would park as much on disk.
+TEST(XLSX, PackagesThatUnpackFarBeyondTheirSizeAreNotRead) {
+    test::TestFolder folder;
+    const QByteArray cache = qgetenv("XDG_CACHE_HOME");
+    qputenv("XDG_CACHE_HOME", folder.folder("cache").toUtf8());
+    const auto restore = qScopeGuard([&] { qputenv("XDG_CACHE_HOME", cache); });
+
+    const QByteArray spaces(1 << 20, ' ');
+    const QByteArray xml = sheetXML("<row><c><v>1</v></c></row>");
+    const Part bomb = deflated("xl/worksheets/sheet1.xml",
+                               {{xml.first(xml.size() - 12), 1}, {spaces, 101}, {xml.last(12), 1}});
+    const QString packed = folder.file("Bombe.xlsx", zipOf({bomb}));
+    const qint64 size = QFileInfo(packed).size();
+    ASSERT_LT(size * 100, bomb.size);
+    EXPECT_EQ(errorOf([&] { SpreadsheetConverter::convert(packed, "csv", {}); }),
+              "„Bombe.xlsx“ würde entpackt 106 MB groß, mehr als das Hundertfache der Datei (" +
+                  DiskSpace::sizeText(size) + "), und wird darum nicht gelesen.");
+
+    const QByteArray word(100'000, 'x');
+    QByteArray rows;
+    for (int i = 1; i <= 1100; ++i)
+        rows += "<row><c t=\"s\"><v>0</v></c></row>";
+    const QString echo =
+        handMadeWorkbook(folder, "Echo.xlsx",
+                         {{"xl/sharedStrings.xml", "<sst><si><t>" + word + "</t></si></sst>"},
+                          {"xl/worksheets/sheet1.xml", sheetXML(rows)}});
+    ASSERT_LT(QFileInfo(echo).size(), 1'000'000);
+    EXPECT_EQ(errorOf([&] { SpreadsheetConverter::convert(echo, "csv", {}); }),
+              "„Echo.xlsx“ würde entpackt über 100 MB groß, mehr als das Hundertfache der Datei (" +
+                  DiskSpace::sizeText(QFileInfo(echo).size()) + "), und wird darum nicht gelesen.");
+    EXPECT_EQ(filesUnder(folder.path("cache")), QStringList());
+    EXPECT_EQ(folder.names(), QStringList({"Bombe.xlsx", "Echo.xlsx", "Echo.xlsx.parts", "cache"}));
+}
+
+// Spreadsheet programs refuse workbooks past 16,384 columns or 1,048,576 rows, so none is
+// written; the refusal comes while the rows stream, and the unfinished result goes.
+TEST(XLSX, TablesBeyondTheLimitsOfAWorkbookAreNotWritten) {
+    test::TestFolder folder;
+    QByteArray wide = "1";
+    for (int i = 1; i < 20000; ++i)
+        wide += ",1";
+    const QString columns = folder.file("Spalten.csv", "a,b\n" + wide + "\n");
+    EXPECT_EQ(errorOf([&] { SpreadsheetConverter::convert(columns, "xlsx", {}); }),
+              "Die Tabelle hat mehr Spalten, als eine Excel-Datei fasst (Zeile 2 reicht bis "
+              "Spalte 20.000, höchstens 16.384 sind möglich).");
+    // Empty cells are not written, so a row may run on past the last column without content.
+    const QByteArray trailing = wide.left(2 * 16384 - 1) + QByteArray(3616, ',');
+    const QString edge =
+        SpreadsheetConverter::convert(folder.file("Rand.csv", trailing + "\n"), "xlsx", {});
+    EXPECT_EQ(XLSX::read(edge).front().size(), 16384);
+
+    QByteArray tall;
+    tall.reserve(2 * 1'048'577);
+    for (int i = 0; i < 1'048'577; ++i)
+        tall += "1\n";
+    const QString rows = folder.file("Zeilen.csv", tall);
+    EXPECT_EQ(errorOf([&] { SpreadsheetConverter::convert(rows, "xlsx", {}); }),
+              "Die Tabelle hat mehr Zeilen, als eine Excel-Datei fasst (höchstens 1.048.576).");
+    EXPECT_EQ(folder.names(), QStringList({"Rand.csv", "Rand.xlsx", "Spalten.csv", "Zeilen.csv"}));
+}
+
+// zip packs in the writer's scratch folder and the package is copied into the destination, so
+// the destination may be any file, and a full disk says so.
+TEST(XLSX, TheWriterFillsItsDestinationAndSaysWhenTheDiskIsFull) {
+    XLSXWriter writer("/dev/full", "Voll.xlsx");
+    writer.row(TableRow::from({"a", "1"}));
+    EXPECT_EQ(errorOf([&] { writer.finish(); }),
+              "„Voll.xlsx“ konnte nicht geschrieben werden: " + SystemError::writeReason(ENOSPC));
 }
 
 TEST(XLSX, LibreOfficeOpensOursAndWeReadLibreOffices) {
