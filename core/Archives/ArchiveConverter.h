@@ -21,12 +21,15 @@ std::optional<Kind> kindOf(const QString& path);
 // "Archiv.{ext}" for several.
 QString compress(const QStringList& inputs, Kind kind, const OutputContext& context);
 
-// Unpacks into a new folder named after the archive. The folder appears only once everything
-// is out and checked: entries with absolute or ".." paths are kept inside it or refused by the
-// archivers, and a link that points out of it fails the whole extraction.
+// Unpacks into a new folder named after the archive. The archive is listed first and refused
+// whole when it holds absolute or ".." names, devices, FIFOs or sockets, a password, or more than
+// a hundred times its size beyond 100 MB, or when its content would not fit on the disk. The
+// folder appears only once everything is out and checked: nothing but files, folders and links
+// inside it, no more data than listed, no link or hard link that leads out of it. Files keep
+// their permission bits, less set-user-ID, set-group-ID and sticky bits.
 QString extract(const QString& archive, const OutputContext& context);
 
-// Fotos.zip becomes Fotos.tar.gz and back, through a private temporary folder.
+// Fotos.zip becomes Fotos.tar.gz and back, through a scratch folder.
 QString repack(const QString& archive, Kind kind, const OutputContext& context);
 
 } // namespace tramix::ArchiveConverter
