@@ -34,8 +34,9 @@ QByteArray bytesOf(const QString& path) {
     return QFile::encodeName(path);
 }
 
+// Named by our pid rather than "self": a tool we start must reach our handle, not its own.
 QString throughHandle(int fd) {
-    return QStringLiteral("/proc/self/fd/%1").arg(fd);
+    return QStringLiteral("/proc/%1/fd/%2").arg(::getpid()).arg(fd);
 }
 
 // ".{name}.{token}.part", the name shortened where the whole would not fit.

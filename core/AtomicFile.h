@@ -18,7 +18,7 @@ namespace tramix::AtomicFile {
 // free one; no file is ever replaced. Returns the path the file got. When `produce` or the move
 // throws, the temporary file is removed and the error is passed on.
 //
-// The temporary path is usually "/proc/self/fd/{n}": it has no extension and its folder is not
+// The temporary path is usually "/proc/{pid}/fd/{n}": it has no extension and its folder is not
 // the result's, so writers that choose a format by the extension must be told the format, and
 // tools that make their own temporary files beside the output write elsewhere and `fillFrom`.
 QString write(NameReservation destination,

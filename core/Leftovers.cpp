@@ -48,22 +48,22 @@ bool ownerAlive(const QString& owner) {
 // hold line feeds). Emptied whenever nothing is listed, so it never grows over a long session.
 struct Register {
     std::mutex lock;
+    QByteArray path; // kept: the statics it is made from may be gone when this one goes
     int fd = -1;
     int live = 0;
 
     ~Register() {
         if (fd >= 0)
-            ::unlink(QFile::encodeName(path()).constData());
+            ::unlink(path.constData());
     }
-
-    static QString path() { return cacheFolder() + u'/' + registerFolderName + u'/' + thisOwner(); }
 
     void add(const QString& entry) {
         std::lock_guard guard(lock);
         if (fd < 0) {
-            QDir().mkpath(cacheFolder() + u'/' + registerFolderName);
-            fd = ::open(QFile::encodeName(path()).constData(),
-                        O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+            const QString folder = cacheFolder() + u'/' + registerFolderName;
+            QDir().mkpath(folder);
+            path = QFile::encodeName(folder + u'/' + thisOwner());
+            fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
         }
         ++live;
         if (fd < 0)
@@ -74,8 +74,9 @@ struct Register {
 
     void remove() {
         std::lock_guard guard(lock);
-        if (--live == 0 && fd >= 0) [[maybe_unused]]
-            const int truncated = ::ftruncate(fd, 0);
+        if (--live == 0 && fd >= 0) {
+            [[maybe_unused]] const int truncated = ::ftruncate(fd, 0);
+        }
     }
 };
 

@@ -16,6 +16,8 @@ QString commonReason(int error) {
     case ENOSPC:
     case EDQUOT:
         return QStringLiteral("Der Datenträger ist voll.");
+    case EFBIG:
+        return QStringLiteral("Die Datei ist zu groß für diesen Datenträger.");
     case EROFS:
         return QStringLiteral("Der Datenträger ist schreibgeschützt.");
     case ENAMETOOLONG:

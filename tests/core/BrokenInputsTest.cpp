@@ -98,7 +98,9 @@ TEST(BrokenInputs, EveryOfferedOperationFailsWithASentenceOrWritesSomethingWhole
                 // Damaged pictures must never come out as a "successful" picture.
                 const bool damaged = QFileInfo(file).baseName() == u"halb" ||
                                      QFileInfo(file).baseName() == u"gekippt";
-                if (damaged &&
+                const bool drawsPicture = operation.id.startsWith(u"convert.image.") ||
+                                          operation.id.startsWith(u"tool.image.");
+                if (damaged && drawsPicture &&
                     (file.endsWith(u".jpg") || file.endsWith(u".png") || file.endsWith(u".gif"))) {
                     EXPECT_TRUE(result.outputs.isEmpty()) << operation.id.toStdString();
                 }
