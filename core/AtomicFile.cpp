@@ -1,6 +1,7 @@
 #include "AtomicFile.h"
 
 #include "ConversionError.h"
+#include "FileDescriptor.h"
 #include "FolderTree.h"
 #include "Leftovers.h"
 #include "SystemError.h"
@@ -50,28 +51,6 @@ QString stagingBeside(const QString& destination) {
     return info.absolutePath() + QStringLiteral("/.") + name + ending;
 }
 
-class Descriptor {
-public:
-    explicit Descriptor(int fd = -1)
-        : fd_(fd) {}
-    ~Descriptor() {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
-    Descriptor(Descriptor&& other) noexcept
-        : fd_(std::exchange(other.fd_, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(fd_, other.fd_);
-        return *this;
-    }
-    int get() const { return fd_; }
-    // Closing reports late write errors of some file systems; they count like any other.
-    int release() { return ::close(std::exchange(fd_, -1)); }
-
-private:
-    int fd_;
-};
-
 // A file that has no name until `place` gives it one; where the file system cannot make unnamed
 // files, a hidden staging file beside the result, listed for the sweep until it is gone.
 class Temporary {
@@ -79,7 +58,7 @@ public:
     explicit Temporary(const QString& destination)
         : destination_(destination) {
         const QString folder = QFileInfo(destination).absolutePath();
-        file_ = Descriptor(
+        file_ = FileDescriptor(
             ::open(bytesOf(folder).constData(), O_TMPFILE | O_RDWR | O_CLOEXEC, newFileMode));
         if (file_.get() >= 0)
             return;
@@ -87,7 +66,8 @@ public:
             SystemError::throwWriteFailure(destination, errno);
         staging_ = stagingBeside(destination);
         entry_.emplace(staging_);
-        file_ = Descriptor(::open(bytesOf(staging_).constData(),
+        file_ =
+            FileDescriptor(::open(bytesOf(staging_).constData(),
                                   O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC | O_NOFOLLOW, newFileMode));
         if (file_.get() < 0)
             SystemError::throwWriteFailure(destination, errno);
@@ -144,7 +124,7 @@ private:
     QString destination_;
     QString staging_;
     std::optional<Leftovers::Entry> entry_;
-    Descriptor file_;
+    FileDescriptor file_;
 };
 
 // As Temporary::flush for many files at little more than the price of one: fdatasync calls
@@ -209,7 +189,7 @@ void flushFolder(int folder, const QString& destination) {
                               S_ISREG(info.st_mode));
         if (!regular)
             continue;
-        Descriptor file(::openat(folder, entry->d_name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+        FileDescriptor file(::openat(folder, entry->d_name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
         if (file.get() < 0 || ::fdatasync(file.get()) != 0)
             SystemError::throwWriteFailure(destination, errno);
     }
@@ -260,7 +240,7 @@ QString writeBytes(NameReservation destination, const std::function<QByteArray()
     const QByteArray bytes = produce();
     const QString name = destination.path();
     return write(std::move(destination), [&](const QString& temporary) {
-        Descriptor file(::open(bytesOf(temporary).constData(), O_WRONLY | O_TRUNC | O_CLOEXEC));
+        FileDescriptor file(::open(bytesOf(temporary).constData(), O_WRONLY | O_TRUNC | O_CLOEXEC));
         if (file.get() < 0)
             SystemError::throwWriteFailure(name, errno);
         writeWhole(file.get(), bytes, name);
@@ -278,7 +258,7 @@ QString writeFolder(NameReservation destination,
         SystemError::throwWriteFailure(destination.path(), errno);
     // Opened without following links: whatever is swapped in for the name later, the results go
     // into the folder made here.
-    Descriptor folder(
+    FileDescriptor folder(
         ::open(stagingBytes.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (folder.get() < 0) {
         const int error = errno;
@@ -309,7 +289,7 @@ void fillFrom(const QString& temporary, const QString& source) {
     QFile from(source);
     if (!from.open(QIODevice::ReadOnly))
         SystemError::throwReadFailure(source, errno);
-    Descriptor to(::open(bytesOf(temporary).constData(), O_WRONLY | O_TRUNC | O_CLOEXEC));
+    FileDescriptor to(::open(bytesOf(temporary).constData(), O_WRONLY | O_TRUNC | O_CLOEXEC));
     if (to.get() < 0)
         SystemError::throwWriteFailure(source, errno);
     constexpr qint64 pieceSize = 1 << 20;
