@@ -1,6 +1,7 @@
 #include "HeifEncoder.h"
 
 #include "ConversionError.h"
+#include "EngineLog.h"
 #include "ImagePixels.h"
 
 #include <algorithm>
@@ -34,6 +35,7 @@ using Options = std::unique_ptr<heif_encoding_options,
 
 void check(heif_error error, Codec codec) {
     if (error.code != heif_error_Ok) {
+        qCDebug(engineLog) << "libheif:" << error.message;
         throw ConversionError::failed(
             QStringLiteral("%1 konnte nicht geschrieben werden.").arg(titleOf(codec)));
     }

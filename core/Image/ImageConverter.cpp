@@ -32,7 +32,7 @@ QByteArray smallestEncoding(const Loaded& loaded, const ImageFormat& target,
                             const ImageMetadata& metadata, qint64 inputSize) {
     const qint64 budget = qint64(double(inputSize) * 0.75);
     // Decoded once: every attempt re-encodes the same pixels.
-    const vips::VImage full = loaded.image.copy_memory();
+    const vips::VImage full = ImagePipeline::decoded(loaded.path, loaded.image);
     QByteArray smallest;
     for (const double factor : {1.0, 0.75}) {
         const vips::VImage image =
@@ -93,8 +93,9 @@ QString stripMetadata(const QString& input, const OutputContext& context) {
 }
 
 QString makePDF(const QStringList& inputs, NameReservation destination) {
+    const QString name = destination.path();
     return AtomicFile::write(std::move(destination), [&](const QString& temporary) {
-        ImagePDFWriter writer(temporary);
+        ImagePDFWriter writer(temporary, name);
         for (const QString& input : inputs)
             writer.addPage(input);
         writer.finish();

@@ -29,10 +29,13 @@ const QList<ImageFormat>& ImageFormat::writable() {
             return result;
         for (const ImageFormat& format : all()) {
             const QByteArray probe = "x." + format.ext.toLatin1();
-            const bool canWrite = format == heic ? HeifEncoder::canEncode(HeifEncoder::Codec::hevc)
-                                  : format == avif
-                                      ? HeifEncoder::canEncode(HeifEncoder::Codec::av1)
-                                      : vips_foreign_find_save(probe.constData()) != nullptr;
+            bool canWrite = vips_foreign_find_save(probe.constData()) != nullptr;
+            if (format == heic)
+                canWrite = HeifEncoder::canEncode(HeifEncoder::Codec::hevc);
+            else if (format == avif)
+                canWrite = HeifEncoder::canEncode(HeifEncoder::Codec::av1);
+            else if (format == bmp)
+                canWrite = true; // written by our own code
             if (canWrite)
                 result.append(format);
         }

@@ -1,6 +1,7 @@
 #include "ImageMetadata.h"
 
 #include "ConversionError.h"
+#include "EngineLog.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -185,28 +186,22 @@ void replaceMetadata(Exiv2::Image& image, const QByteArray& exifBlock, const QBy
 
 } // namespace
 
-void ImageMetadata::writeInto(const QString& path) const {
+QByteArray ImageMetadata::writtenInto(const QByteArray& encoded, const QString& destination) const {
     startOnce();
     try {
-        auto image = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());
-        replaceMetadata(*image, exif_, iptc_, xmp_);
-    } catch (const std::exception&) {
-        throwMetadataError(QFileInfo(path).fileName());
-    }
-}
-
-QByteArray ImageMetadata::writtenInto(const QByteArray& encoded) const {
-    startOnce();
-    try {
+        // exiv2 reads the caller's bytes where they are and builds the new file beside them; the
+        // result is taken straight from its memory.
         auto image = Exiv2::ImageFactory::open(bytesOf(encoded), long(encoded.size()));
         replaceMetadata(*image, exif_, iptc_, xmp_);
         Exiv2::BasicIo& io = image->io();
         io.open();
-        const Exiv2::DataBuf buffer = io.read(long(io.size()));
+        const QByteArray result(reinterpret_cast<const char*>(io.mmap()), qsizetype(io.size()));
+        io.munmap();
         io.close();
-        return QByteArray(reinterpret_cast<const char*>(buffer.pData_), buffer.size_);
-    } catch (const std::exception&) {
-        throwMetadataError(QStringLiteral("Bild"));
+        return result;
+    } catch (const std::exception& error) {
+        qCDebug(engineLog) << "exiv2 did not write:" << error.what();
+        throwMetadataError(QFileInfo(destination).fileName());
     }
 }
 

@@ -32,16 +32,17 @@ public:
 
     // Replaces every EXIF, IPTC and XMP block of an encoded JPEG, PNG, WebP or TIFF file by
     // these; an empty value removes them. IPTC goes into the XMP where the format has no IPTC
-    // block. The colour profile and the pixels stay as they are.
-    void writeInto(const QString& path) const;
-    QByteArray writtenInto(const QByteArray& encoded) const;
+    // block. The colour profile and the pixels stay as they are. Works in memory: exiv2 writing
+    // a file itself would not report every failed write. Throws "Die Metadaten von „{name}“
+    // konnten nicht geschrieben werden." where {name} is the last part of `destination`.
+    QByteArray writtenInto(const QByteArray& encoded, const QString& destination) const;
 
     // The TIFF-structured EXIF block (as HEIF stores it) and an XMP packet that also carries
     // the IPTC; empty when there is none.
     QByteArray exifBlock() const { return exif_; }
     QByteArray xmpPacketWithIPTC() const;
 
-    // True for the formats whose metadata `writeInto` can replace.
+    // True for the formats whose metadata `writtenInto` can replace.
     static bool canWriteInto(const QString& ext);
 
 private:

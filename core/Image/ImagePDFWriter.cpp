@@ -3,9 +3,14 @@
 #include "ConversionError.h"
 #include "ImagePipeline.h"
 #include "ImagePixels.h"
+#include "SystemError.h"
 
+#include <QFile>
 #include <QFileInfo>
+#include <cerrno>
+#include <fcntl.h>
 #include <functional>
+#include <unistd.h>
 #include <zlib.h>
 
 namespace tramix {
@@ -112,10 +117,8 @@ VImage withPDFDepth(const VImage& source) {
 
 } // namespace
 
-ImagePDFWriter::ImagePDFWriter(const QString& path)
-    : file_(path) {
-    if (!file_.open(QIODevice::WriteOnly | QIODevice::NewOnly))
-        throw ConversionError::failed(QStringLiteral("PDF konnte nicht erstellt werden."));
+ImagePDFWriter::ImagePDFWriter(const QString& path, const QString& name)
+    : file_(path, name) {
     reserveObject(); // the catalogue
     reserveObject(); // the page tree
     put("%PDF-1.5\n%\xE2\xE3\xCF\xD3\n");
@@ -140,22 +143,36 @@ void ImagePDFWriter::writeStreamObject(int number, const QByteArray& dictionary,
 }
 
 void ImagePDFWriter::put(const QByteArray& bytes) {
-    if (file_.write(bytes) != bytes.size()) {
-        throw ConversionError::failed(
-            QStringLiteral("PDF konnte nicht geschrieben werden: %1").arg(file_.errorString()));
-    }
+    file_.write(bytes);
 }
 
-void ImagePDFWriter::putFileContents(const QString& path) {
-    QFile source(path);
-    if (!source.open(QIODevice::ReadOnly))
-        throw ConversionError::unreadable(QFileInfo(path).fileName());
-    while (!source.atEnd()) {
-        const QByteArray chunk = source.read(1 << 20);
-        if (chunk.isEmpty())
-            throw ConversionError::unreadable(QFileInfo(path).fileName());
-        put(chunk);
+qint64 ImagePDFWriter::putFileContents(const QString& path) {
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        SystemError::throwReadFailure(path, errno);
+    QByteArray chunk(1 << 20, Qt::Uninitialized);
+    qint64 total = 0;
+    for (;;) {
+        const ssize_t count = ::read(fd, chunk.data(), size_t(chunk.size()));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0) {
+            const int error = errno;
+            ::close(fd);
+            SystemError::throwReadFailure(path, error);
+        }
+        if (count == 0)
+            break;
+        try {
+            file_.write(chunk.constData(), count);
+        } catch (...) {
+            ::close(fd);
+            throw;
+        }
+        total += count;
     }
+    ::close(fd);
+    return total;
 }
 
 namespace {
@@ -176,7 +193,6 @@ QByteArray colourSpace(const VImage& image, int colourBands,
 } // namespace
 
 void ImagePDFWriter::addPage(const QString& imagePath) {
-    const QString name = QFileInfo(imagePath).fileName();
     const auto addStream = [this](const QByteArray& dictionary, const QByteArray& data) {
         const int object = reserveObject();
         writeStreamObject(object, dictionary, data);
@@ -192,15 +208,21 @@ void ImagePDFWriter::addPage(const QString& imagePath) {
 
         int imageObject = 0;
         if (isPlainJPEG(stored)) {
+            // Its data goes in undecoded, so it is checked first: a viewer would show the rows
+            // a truncated file lacks as grey.
+            ImagePipeline::requireComplete(imagePath);
             const QByteArray space = colourSpace(stored, stored.bands(), addStream);
             imageObject = reserveObject();
+            const int lengthObject = reserveObject();
             beginObject(imageObject);
             put("<< /Type /XObject /Subtype /Image /Width " + QByteArray::number(stored.width()) +
                 " /Height " + QByteArray::number(stored.height()) + " /ColorSpace " + space +
                 " /BitsPerComponent 8 /Filter /DCTDecode /Interpolate true /Length " +
-                QByteArray::number(QFileInfo(imagePath).size()) + " >>\nstream\n");
-            putFileContents(imagePath);
+                ref(lengthObject) + " >>\nstream\n");
+            const qint64 length = putFileContents(imagePath);
             put("\nendstream\nendobj\n");
+            beginObject(lengthObject);
+            put(QByteArray::number(length) + "\nendobj\n");
         } else {
             imageObject = addPixels(withPDFDepth(stored), addStream);
         }
@@ -212,9 +234,8 @@ void ImagePDFWriter::addPage(const QString& imagePath) {
             ' ' + num(pageHeight) + "] /Resources << /XObject << /Im " + ref(imageObject) +
             " >> >> /Contents " + ref(content) + " >>\nendobj\n");
         pages_.append(page);
-    } catch (const vips::VError&) {
-        vips_error_clear();
-        throw ConversionError::unreadable(name);
+    } catch (const vips::VError& error) {
+        ImagePipeline::throwUndecodable(imagePath, QString::fromUtf8(error.what()));
     }
 }
 
@@ -287,11 +308,7 @@ void ImagePDFWriter::finish() {
         xref += QByteArray::number(offset).rightJustified(10, '0') + " 00000 n \n";
     put(xref + "trailer\n<< /Size " + QByteArray::number(offsets_.size() + 1) + " /Root " +
         ref(catalogObject) + " >>\nstartxref\n" + QByteArray::number(table) + "\n%%EOF\n");
-    if (!file_.flush()) {
-        throw ConversionError::failed(
-            QStringLiteral("PDF konnte nicht geschrieben werden: %1").arg(file_.errorString()));
-    }
-    file_.close();
+    file_.finish();
 }
 
 } // namespace tramix

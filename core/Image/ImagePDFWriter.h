@@ -3,8 +3,9 @@
 // transparency as a soft mask. Pixels stream from the decoder into the file.
 #pragma once
 
+#include "FileSink.h"
+
 #include <QByteArray>
-#include <QFile>
 #include <QList>
 #include <QString>
 #include <functional>
@@ -14,10 +15,12 @@ namespace tramix {
 
 class ImagePDFWriter {
 public:
-    // Throws ConversionError "PDF konnte nicht erstellt werden." when the file cannot be created.
-    explicit ImagePDFWriter(const QString& path);
+    // Writes into the existing (temporary) file `path`; messages about writing name `name`,
+    // the result's path. Every write is checked: failures throw the system's reason.
+    ImagePDFWriter(const QString& path, const QString& name);
 
-    // Throws the image's `unreadable` error when it cannot be read.
+    // Throws the image's `unreadable` error when it cannot be read, its "ist unvollständig."
+    // when it ends early, and refuses images too large to decode (ImagePipeline::load).
     void addPage(const QString& imagePath);
 
     // Writes the page tree and cross-reference table; the file is complete afterwards.
@@ -28,11 +31,11 @@ private:
     void beginObject(int number);
     void writeStreamObject(int number, const QByteArray& dictionary, const QByteArray& data);
     void put(const QByteArray& bytes);
-    void putFileContents(const QString& path);
+    qint64 putFileContents(const QString& path);
     int addPixels(const vips::VImage& image,
                   const std::function<int(const QByteArray&, const QByteArray&)>& addStream);
 
-    QFile file_;
+    FileSink file_;
     QList<qint64> offsets_; // by object number - 1
     QList<int> pages_;
 };

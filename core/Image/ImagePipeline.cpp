@@ -2,12 +2,18 @@
 
 #include "AtomicFile.h"
 #include "ConversionError.h"
+#include "EngineLog.h"
+#include "FileSink.h"
 #include "HeifEncoder.h"
+#include "ImageBudget.h"
 #include "ImagePixels.h"
+#include "SystemError.h"
 #include "VipsRuntime.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QtEndian>
+#include <cerrno>
 #include <cmath>
 
 namespace tramix::ImagePipeline {
@@ -32,26 +38,31 @@ QString takeVipsError(const std::exception& error) {
     return message;
 }
 
-VImage open(const QString& path, VipsAccess access) {
+// Decoders stop where the file ends rather than fill the rows it lacks with grey.
+VImage open(const QString& path, VipsAccess access, VipsFailOn failOn = VIPS_FAIL_ON_TRUNCATED) {
     const QByteArray file = QFile::encodeName(path);
     try {
-        return VImage::new_from_file(file.constData(), VImage::option()->set("access", access));
+        return VImage::new_from_file(
+            file.constData(), VImage::option()->set("access", access)->set("fail_on", failOn));
     } catch (const vips::VError& error) {
-        takeVipsError(error);
-        throw ConversionError::unreadable(QFileInfo(path).fileName());
+        throwUndecodable(path, takeVipsError(error));
     }
 }
 
 void refuseBombs(const VImage& header, const QString& name) {
     if (header.width() < 1 || header.height() < 1)
         throw ConversionError::unreadable(name);
-    if (double(header.width()) * header.height() > maxPixels) {
+    const double pixels = double(header.width()) * header.height();
+    const double perPixel = ImageBudget::decoderBytesPerPixel(header);
+    const double most =
+        perPixel > 0 ? std::min(maxPixels, ImageBudget::memory / perPixel) : maxPixels;
+    if (pixels > most) {
         throw ConversionError::failed(
             QStringLiteral("„%1“ ist mit %2 × %3 Pixeln zu groß (höchstens %4 Megapixel).")
                 .arg(name)
                 .arg(header.width())
                 .arg(header.height())
-                .arg(qRound(maxPixels / 1e6)));
+                .arg(std::floor(most / 1e6)));
     }
 }
 
@@ -59,8 +70,44 @@ Loaded loaded(const QString& path, const VImage& header, const VImage& image) {
     const bool turned = orientationOf(header) >= 5;
     const QSize original =
         turned ? QSize(header.height(), header.width()) : QSize(header.width(), header.height());
-    return {image, original, ImageMetadata::read(path).upright(image.width(), image.height()),
-            declaredDPI(header).value_or(72.0), QFileInfo(path).fileName()};
+    return {image,
+            original,
+            ImageMetadata::read(path).upright(image.width(), image.height()),
+            declaredDPI(header).value_or(72.0),
+            path,
+            QFileInfo(path).fileName()};
+}
+
+// Whether every pixel of the file decodes when the decoder may stop at nothing (`failOn` none,
+// filling what is missing) or at a missing row (truncated).
+bool decodes(const QString& path, VipsFailOn failOn) {
+    const QByteArray file = QFile::encodeName(path);
+    try {
+        const VImage header = VImage::new_from_file(file.constData());
+        const char* loader = nullptr;
+        const bool jpeg = vips_image_get_string(header.get_image(), "vips-loader", &loader) == 0 &&
+                          QByteArray(loader) == "jpegload";
+        auto options =
+            VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", failOn);
+        if (jpeg)
+            options->set("shrink", 8);
+        VImage::new_from_file(file.constData(), options).avg();
+        vips_error_clear(); // what the decoder noted on its way
+        return true;
+    } catch (const vips::VError& error) {
+        takeVipsError(error);
+        return false;
+    }
+}
+
+// The system's reason in libvips' text of a failed write ("… No space left on device"), as the
+// errno it stands for; 0 when it names none of those a user can act on.
+int systemErrorIn(const QString& message) {
+    for (const int error : {ENOSPC, EDQUOT, EFBIG, EIO, EROFS, EACCES, EPERM, ENOENT, ENOMEM}) {
+        if (message.contains(QString::fromUtf8(g_strerror(error))))
+            return error;
+    }
+    return 0;
 }
 
 bool canEmbedProfile(const ImageFormat& format) {
@@ -145,18 +192,84 @@ Saver saverFor(const VImage& image, const ImageFormat& format, double quality) {
     }
     if (format == ImageFormat::gif)
         return {"gifsave", options};
-    if (format == ImageFormat::bmp) {
-        options->set("format", "bmp");
-        return {"magicksave", options};
-    }
     delete options;
     throw ConversionError::unsupported(QStringLiteral("%1-Export").arg(format.title));
 }
 
+// 8-bit sRGB, three bands: what a BMP of 24 bits per pixel holds.
+VImage inEightBitRGB(const VImage& source) {
+    VImage image = source;
+    if (image.interpretation() != VIPS_INTERPRETATION_sRGB || image.format() != VIPS_FORMAT_UCHAR)
+        image = image.colourspace(VIPS_INTERPRETATION_sRGB);
+    if (image.format() != VIPS_FORMAT_UCHAR)
+        image = image.cast(VIPS_FORMAT_UCHAR);
+    if (image.bands() > 3)
+        image = image.extract_band(0, VImage::option()->set("n", 3));
+    return image;
+}
+
+// The BMP headers for a top-down picture of 24 bits per pixel: every reader takes a negative
+// height as rows from the top, so the rows can be written as they are decoded.
+QByteArray bmpHeader(int width, int height, qint64 rowBytes, double pixelsPerMetre) {
+    constexpr int headerBytes = 14 + 40;
+    QByteArray header(headerBytes, '\0');
+    char* at = header.data();
+    const auto put32 = [](char* where, quint32 value) { qToLittleEndian(value, where); };
+    const auto put16 = [](char* where, quint16 value) { qToLittleEndian(value, where); };
+    at[0] = 'B';
+    at[1] = 'M';
+    put32(at + 2, quint32(headerBytes + rowBytes * height));
+    put32(at + 10, headerBytes);
+    put32(at + 14, 40);
+    put32(at + 18, quint32(width));
+    put32(at + 22, quint32(-height));
+    put16(at + 26, 1);  // planes
+    put16(at + 28, 24); // bits per pixel
+    put32(at + 34, quint32(rowBytes * height));
+    put32(at + 38, quint32(std::lround(pixelsPerMetre)));
+    put32(at + 42, quint32(std::lround(pixelsPerMetre)));
+    return header;
+}
+
+void writeBMP(const VImage& source, const std::function<void(const QByteArray&)>& write) {
+    const VImage image = inEightBitRGB(source);
+    const int width = image.width();
+    const qint64 rowBytes = (qint64(width) * 3 + 3) / 4 * 4;
+    if (double(rowBytes) * image.height() > 4e9) {
+        throw ConversionError::failed(QStringLiteral("Das Bild ist zu groß für BMP (%1 Megapixel).")
+                                          .arg(std::ceil(double(width) * image.height() / 1e6)));
+    }
+    write(bmpHeader(width, image.height(), rowBytes, image.xres() * 1000));
+    QByteArray row(rowBytes, '\0');
+    ImagePixels::forEachRow(image, [&](int, const unsigned char* pixels) {
+        for (int x = 0; x < width; ++x) {
+            row[3 * x] = char(pixels[3 * x + 2]);
+            row[3 * x + 1] = char(pixels[3 * x + 1]);
+            row[3 * x + 2] = char(pixels[3 * x]);
+        }
+        write(row);
+    });
+}
+
+// Whether the encoded file must be rewritten by exiv2 to carry exactly `metadata`. Once the
+// fields are gone (`withoutMetadataFields`) libvips writes only the colour profile, except for
+// the EXIF block with the resolution that it gives every JPEG and WebP.
+bool rewritesMetadata(const ImageMetadata& metadata, const ImageFormat& format) {
+    if (!metadata.needsWriting() || !ImageMetadata::canWriteInto(format.ext))
+        return false;
+    return !metadata.isEmpty() || format == ImageFormat::jpg || format == ImageFormat::webp;
+}
+
+// `destination` names the result in messages.
 QByteArray encodePrepared(const VImage& image, const ImageFormat& format, double quality,
-                          const ImageMetadata& metadata) {
+                          const ImageMetadata& metadata, const QString& destination) {
     if (const auto codec = heifCodec(format))
         return HeifEncoder::encode(image, *codec, quality, metadata);
+    if (format == ImageFormat::bmp) {
+        QByteArray bytes;
+        writeBMP(image, [&](const QByteArray& part) { bytes += part; });
+        return bytes;
+    }
     Saver saver = saverFor(image, format, quality);
     VipsBlob* blob = nullptr;
     image.call((QByteArray(saver.name) + "_buffer").constData(),
@@ -165,51 +278,64 @@ QByteArray encodePrepared(const VImage& image, const ImageFormat& format, double
     const void* data = vips_blob_get(blob, &length);
     QByteArray bytes(static_cast<const char*>(data), qsizetype(length));
     vips_area_unref(VIPS_AREA(blob));
-    if (metadata.needsWriting() && ImageMetadata::canWriteInto(format.ext))
-        bytes = metadata.writtenInto(bytes);
+    if (rewritesMetadata(metadata, format))
+        return metadata.writtenInto(bytes, destination);
     return bytes;
 }
 
+// The temporary is a path without extension (often "/proc/self/fd/N"): savers are named, never
+// chosen by the file name. Files whose metadata exiv2 rewrites are encoded in memory and written
+// with every write checked (exiv2 writing a file itself ignores some failures); the others
+// stream into the file.
 QString savePrepared(const VImage& image, const ImageFormat& format, double quality,
                      const ImageMetadata& metadata, NameReservation destination) {
-    if (heifCodec(format)) {
+    const QString name = destination.path();
+    if (heifCodec(format) || rewritesMetadata(metadata, format)) {
         return AtomicFile::writeBytes(std::move(destination), [&] {
-            return encodePrepared(image, format, quality, metadata);
+            return encodePrepared(image, format, quality, metadata, name);
         });
     }
     return AtomicFile::write(std::move(destination), [&](const QString& temporary) {
+        if (format == ImageFormat::bmp) {
+            FileSink sink(temporary, name);
+            writeBMP(image, [&](const QByteArray& part) { sink.write(part); });
+            sink.finish();
+            return;
+        }
         Saver saver = saverFor(image, format, quality);
         const QByteArray file = QFile::encodeName(temporary);
         image.call(saver.name, saver.options->set("in", image)->set("filename", file.constData()));
-        if (metadata.needsWriting() && ImageMetadata::canWriteInto(format.ext))
-            metadata.writeInto(temporary);
     });
 }
 
-template <typename Work> auto decoding(const QString& name, Work work) {
+template <typename Work> auto decoding(const QString& path, Work work) {
     try {
         return work();
     } catch (const vips::VError& error) {
-        takeVipsError(error);
-        throw ConversionError::unreadable(name);
-    }
-}
-
-// A libvips failure while writing is mostly the source failing to decode.
-template <typename Work> auto writing(const QString& name, const ImageFormat& format, Work work) {
-    try {
-        return work();
-    } catch (const vips::VError& error) {
-        const QString message = takeVipsError(error);
-        if (message.contains(u"load", Qt::CaseInsensitive) ||
-            message.contains(u"read", Qt::CaseInsensitive))
-            throw ConversionError::unreadable(name);
-        throw ConversionError::failed(
-            QStringLiteral("%1 konnte nicht geschrieben werden.").arg(format.title));
+        throwUndecodable(path, takeVipsError(error));
     }
 }
 
 } // namespace
+
+void throwUndecodable(const QString& path, const QString& vipsMessage) {
+    vips_error_clear();
+    const QString name = QFileInfo(path).fileName();
+    qCDebug(engineLog).noquote() << name << "did not decode:" << vipsMessage.trimmed();
+    // What stops with every missing row but decodes with them filled in ends early.
+    if (!decodes(path, VIPS_FAIL_ON_TRUNCATED) && decodes(path, VIPS_FAIL_ON_NONE))
+        throw ConversionError::failed(QStringLiteral("„%1“ ist unvollständig.").arg(name));
+    throw ConversionError::unreadable(name);
+}
+
+void requireComplete(const QString& path) {
+    if (!decodes(path, VIPS_FAIL_ON_TRUNCATED))
+        throwUndecodable(path, QStringLiteral("a decode of every row failed"));
+}
+
+VImage decoded(const QString& path, const VImage& image) {
+    return decoding(path, [&] { return image.copy_memory(); });
+}
 
 int orientationOf(const VImage& image) {
     const int orientation =
@@ -236,7 +362,7 @@ Loaded load(const QString& path) {
     if (orientationOf(header) == 1)
         return loaded(path, header, header);
     // Turning needs the pixels in any order, which a streaming decode cannot give.
-    return decoding(name,
+    return decoding(path,
                     [&] { return loaded(path, header, open(path, VIPS_ACCESS_RANDOM).autorot()); });
 }
 
@@ -245,11 +371,13 @@ Loaded loadFitting(const QString& path, int maxEdge) {
     const QString name = QFileInfo(path).fileName();
     const VImage header = open(path, VIPS_ACCESS_SEQUENTIAL);
     refuseBombs(header, name);
-    return decoding(name, [&] {
+    return decoding(path, [&] {
         const QByteArray file = QFile::encodeName(path);
-        const VImage image = VImage::thumbnail(
-            file.constData(), maxEdge,
-            VImage::option()->set("height", maxEdge)->set("size", VIPS_SIZE_DOWN));
+        const VImage image = VImage::thumbnail(file.constData(), maxEdge,
+                                               VImage::option()
+                                                   ->set("height", maxEdge)
+                                                   ->set("size", VIPS_SIZE_DOWN)
+                                                   ->set("fail_on", VIPS_FAIL_ON_TRUNCATED));
         return loaded(path, header, image);
     });
 }
@@ -266,17 +394,35 @@ std::optional<double> declaredDPI(const VImage& image) {
 QByteArray encode(const VImage& image, const ImageFormat& format, double quality,
                   const ImageMetadata& metadata, double dpi) {
     requireRuntime();
-    return writing(QStringLiteral("Bild"), format, [&] {
-        return encodePrepared(prepared(image, format, dpi), format, quality, metadata);
-    });
+    ImageBudget::requireEncodable(image, format);
+    try {
+        return encodePrepared(prepared(image, format, dpi), format, quality, metadata,
+                              QStringLiteral("Bild"));
+    } catch (const vips::VError& error) {
+        qCDebug(engineLog).noquote() << format.title << "did not encode:" << takeVipsError(error);
+        throw ConversionError::failed(
+            QStringLiteral("%1 konnte nicht geschrieben werden.").arg(format.title));
+    }
 }
 
 QString save(const Loaded& loaded, const ImageFormat& format, double quality,
              const ImageMetadata& metadata, NameReservation destination) {
-    return writing(loaded.name, format, [&] {
+    ImageBudget::requireEncodable(loaded.image, format);
+    const QString name = destination.path();
+    try {
         return savePrepared(prepared(loaded.image, format, loaded.dpi), format, quality, metadata,
                             std::move(destination));
-    });
+    } catch (const vips::VError& error) {
+        const QString message = takeVipsError(error);
+        // Mostly the source failing to decode; else the writing failed.
+        if (!decodes(loaded.path, VIPS_FAIL_ON_TRUNCATED))
+            throwUndecodable(loaded.path, message);
+        qCDebug(engineLog).noquote() << format.title << "did not encode:" << message;
+        if (const int reason = systemErrorIn(message))
+            SystemError::throwWriteFailure(name, reason);
+        throw ConversionError::failed(
+            QStringLiteral("%1 konnte nicht geschrieben werden.").arg(format.title));
+    }
 }
 
 } // namespace tramix::ImagePipeline

@@ -17,7 +17,8 @@
 
 namespace tramix::ImagePipeline {
 
-// Images whose header declares more pixels than this are refused before any decoding.
+// Images whose header declares more pixels than this are refused before any decoding, as are
+// those whose decoder would need more than the memory budget (see ImageBudget).
 constexpr double maxPixels = 500e6;
 
 struct Loaded {
@@ -25,13 +26,15 @@ struct Loaded {
     QSize originalSize;     // upright, before any shrinking while decoding
     ImageMetadata metadata; // upright
     double dpi = 72;        // the source's horizontal resolution, 72 when it declares none
+    QString path;           // the file
     QString name;           // the file's name, for messages
 
     QSizeF sizeInPoints() const;
 };
 
 // Opens an image, upright, without decoding it yet. Throws `unreadable` for what libvips cannot
-// open and `failed` for decompression bombs.
+// open and `failed` for decompression bombs. Decoding stops at the first row that the file
+// lacks: a truncated file is never filled up with grey.
 Loaded load(const QString& path);
 
 // As `load`, but shrunk while decoding so that its longest edge is at most `maxEdge` (JPEG and
@@ -41,19 +44,32 @@ Loaded loadFitting(const QString& path, int maxEdge);
 // The file's image as stored, not turned; refuses what `load` refuses.
 vips::VImage openStored(const QString& path);
 
+// `image` (made from the file at `path`) decoded into memory; failures as `throwUndecodable`.
+vips::VImage decoded(const QString& path, const vips::VImage& image);
+
+// Decodes every pixel of the file (JPEG at an eighth of its size, which still reads all of
+// its data) and keeps none; throws as `throwUndecodable` when that fails.
+void requireComplete(const QString& path);
+
+// The error for a file whose pixels could not be decoded: "„x.jpg“ ist unvollständig." when
+// the file ends before its last row, else `unreadable`. libvips' own text goes to the engine
+// log.
+[[noreturn]] void throwUndecodable(const QString& path, const QString& vipsMessage);
+
 // The EXIF orientation (1 to 8) recorded with an image; 1 when there is none.
 int orientationOf(const vips::VImage& image);
 
 // The resolution a file declares, or nothing where libvips only filled in its placeholder.
 std::optional<double> declaredDPI(const vips::VImage& image);
 
-// Encodes into memory, for results whose size decides whether they are kept.
+// Encodes into memory, for results whose size decides whether they are kept. Refuses pictures
+// too large for the format's encoder (ImageBudget::requireEncodable) before decoding them.
 QByteArray encode(const vips::VImage& image, const ImageFormat& format, double quality,
                   const ImageMetadata& metadata, double dpi);
 
 // Writes the image atomically under the reserved name (or the next free one), carrying exactly
-// `metadata`, and returns its path. Errors while decoding throw `unreadable` with the source's
-// name.
+// `metadata`, and returns its path. Refuses as `encode` does; errors while decoding throw as
+// `throwUndecodable`, errors while writing name the result and the system's reason.
 QString save(const Loaded& loaded, const ImageFormat& format, double quality,
              const ImageMetadata& metadata, NameReservation destination);
 

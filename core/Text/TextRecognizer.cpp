@@ -1,6 +1,7 @@
 #include "TextRecognizer.h"
 
 #include "ConversionError.h"
+#include "Image/ImageBudget.h"
 #include "JobRunner.h"
 #include "ParallelPages.h"
 #include "TextBands.h"
@@ -112,24 +113,20 @@ namespace {
 
 // The engine's own copy of the page is made from these.
 struct Pixels {
-    std::unique_ptr<void, decltype(&g_free)> data{nullptr, &g_free};
+    vips::VImage image; // in memory, holding the data
+    const unsigned char* data = nullptr;
     QSize size;
     int bands = 1;
 };
 
-Pixels pixelsOf(const vips::VImage& source) {
+// Decodes a prepared page; one that is in memory already is not copied.
+Pixels pixelsOf(const vips::VImage& prepared) {
     Pixels pixels;
     try {
-        vips::VImage image = source;
-        if (image.has_alpha())
-            image = image.flatten(vips::VImage::option()->set("background", 255));
-        if (image.bands() != 1 && image.bands() != 3)
-            image = image.colourspace(VIPS_INTERPRETATION_sRGB);
-        image = image.cast(VIPS_FORMAT_UCHAR);
-        size_t length = 0;
-        pixels.data.reset(image.write_to_memory(&length));
-        pixels.size = QSize(image.width(), image.height());
-        pixels.bands = image.bands();
+        pixels.image = prepared.copy_memory();
+        pixels.data = static_cast<const unsigned char*>(pixels.image.data());
+        pixels.size = QSize(pixels.image.width(), pixels.image.height());
+        pixels.bands = pixels.image.bands();
     } catch (const vips::VError&) {
         vips_error_clear();
         recognitionFailed();
@@ -155,8 +152,8 @@ std::unique_ptr<tesseract::TessBaseAPI> startEngine(const QByteArray& languages)
 
 void show(tesseract::TessBaseAPI& engine, const Pixels& pixels, double dpi) {
     engine.SetPageSegMode(tesseract::PSM_AUTO);
-    engine.SetImage(static_cast<const unsigned char*>(pixels.data.get()), pixels.size.width(),
-                    pixels.size.height(), pixels.bands, pixels.size.width() * pixels.bands);
+    engine.SetImage(pixels.data, pixels.size.width(), pixels.size.height(), pixels.bands,
+                    pixels.size.width() * pixels.bands);
     if (dpi > 0)
         engine.SetSourceResolution(std::clamp(int(std::lround(dpi)), 70, 2400));
 }
@@ -231,8 +228,41 @@ TextRecognizer::~TextRecognizer() {
     engine_->End();
 }
 
-QString TextRecognizer::read(const vips::VImage& source, double dpi) {
-    const Pixels pixels = pixelsOf(source);
+TextRecognizer::Page TextRecognizer::prepared(const vips::VImage& source, double dpi) {
+    vips::VImage image = source;
+    const double pixels = double(image.width()) * image.height();
+    if (pixels > ImageBudget::mostPixelsRecognized) {
+        const double scale = std::sqrt(ImageBudget::mostPixelsRecognized / pixels);
+        if ((dpi > 0 ? dpi : assumedDPI) * scale < leastDPI) {
+            throw ConversionError::failed(
+                QStringLiteral("Das Bild ist zu groß für die Texterkennung (%1 Megapixel).")
+                    .arg(std::ceil(pixels / 1e6)));
+        }
+        // Rounded down, so that the shrunk picture stays within the budget.
+        const double width = std::max(1.0, std::floor(image.width() * scale));
+        const double height = std::max(1.0, std::floor(image.height() * scale));
+        image = image.resize(width / image.width(),
+                             vips::VImage::option()->set("vscale", height / image.height()));
+        dpi = dpi > 0 ? dpi * width / source.width() : 0;
+    }
+    try {
+        if (image.has_alpha())
+            image = image.flatten(vips::VImage::option()->set("background", 255));
+        if (image.bands() != 1 && image.bands() != 3)
+            image = image.colourspace(VIPS_INTERPRETATION_sRGB);
+        if (image.format() != VIPS_FORMAT_UCHAR)
+            image = image.cast(VIPS_FORMAT_UCHAR);
+    } catch (const vips::VError&) {
+        vips_error_clear();
+        recognitionFailed();
+    }
+    return {image, dpi};
+}
+
+QString TextRecognizer::read(const vips::VImage& source, double sourceDPI) {
+    const Page page = prepared(source, sourceDPI);
+    const double dpi = page.dpi;
+    const Pixels pixels = pixelsOf(page.image);
     show(*engine_, pixels, dpi);
     std::optional<QStringList> lines = linesSideBySide(*engine_, pixels, dpi, languages_);
     if (!lines)

@@ -23,8 +23,26 @@ public:
     TextRecognizer& operator=(const TextRecognizer&) = delete;
 
     // The text lines of the image in reading order, joined by line feeds; empty when it shows
-    // none. `dpi` helps Tesseract judge the size of the letters; 0 lets it guess.
+    // none. `dpi` helps Tesseract judge the size of the letters; 0 lets it guess. The image is
+    // `prepared` first (which does nothing to a prepared one) and decoded into memory.
     QString read(const vips::VImage& image, double dpi);
+
+    // Recognition needs some 22 bytes for each pixel it reads (ImageBudget), so it reads at most
+    // ImageBudget::mostPixelsRecognized pixels. Text stays legible down to this resolution, and
+    // a picture that declares none is taken for a scan at `assumedDPI`.
+    static constexpr double leastDPI = 150;
+    static constexpr double assumedDPI = 300;
+
+    struct Page {
+        vips::VImage image; // 8-bit grey or RGB without alpha, not decoded yet
+        double dpi = 0;     // its resolution after any shrinking; 0 when unknown
+    };
+
+    // `image` as recognition reads it: flattened onto white, in 8-bit grey or RGB, and shrunk to
+    // at most ImageBudget::mostPixelsRecognized pixels. Looks at the size only and decodes
+    // nothing: throws "Das Bild ist zu groß für die Texterkennung (484 Megapixel)." when the
+    // shrinking would take the text below `leastDPI`.
+    static Page prepared(const vips::VImage& image, double dpi);
 
     // Tesseract's "+"-joined language list: the installed languages that match the preferred
     // ones (in their order), then English.

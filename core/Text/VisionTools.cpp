@@ -46,14 +46,18 @@ void setClipboardHook(ClipboardHook hook) {
 }
 
 QString recognize(const vips::VImage& image, double dpi) {
+    // Refused before the engine loads.
+    const TextRecognizer::Page page = TextRecognizer::prepared(image, dpi);
     TextRecognizer recognizer;
-    return recognizer.read(image, dpi);
+    return recognizer.read(page.image, page.dpi);
 }
 
 QString recognizeText(const QString& input, const OutputContext& context) {
     const ImagePipeline::Loaded loaded = ImagePipeline::load(input);
-    const QString text =
-        recognize(loaded.image, ImagePipeline::declaredDPI(loaded.image).value_or(0));
+    // Refused or shrunk by its size alone, then decoded here, where a damaged file is named.
+    const TextRecognizer::Page page = TextRecognizer::prepared(
+        loaded.image, ImagePipeline::declaredDPI(loaded.image).value_or(0));
+    const QString text = recognize(ImagePipeline::decoded(input, page.image), page.dpi);
     if (text.isEmpty())
         throw ConversionError::failed(QStringLiteral("Im Bild wurde kein Text gefunden."));
     return save(text, input, context);

@@ -2,6 +2,7 @@
 
 #include "Catalogue/OperationRegistry.h"
 #include "Image/ImageFormat.h"
+#include "Image/ImagePDFWriter.h"
 #include "JobRunner.h"
 #include "TestFiles.h"
 #include "TestImages.h"
@@ -37,6 +38,21 @@ QByteArray chunk(const QByteArray& type, const QByteArray& data) {
     const QByteArray body = type + data;
     return bigEndian(data.size()) + body +
            bigEndian(crc32(0, reinterpret_cast<const Bytef*>(body.constData()), body.size()));
+}
+
+// A PNG whose header claims `width` × `height` pixels (8-bit RGB, or as `layout` says: bit depth,
+// colour type, compression, filter and interlacing), with hardly any pixel data: only a decoder
+// would find out, and a refusal from the header comes before any.
+QString claimedPNG(const TestFolder& dir, const QString& name, int width, int height,
+                   const QByteArray& layout = QByteArray::fromHex("0802000000")) {
+    const auto bigEndian = [](quint32 value) {
+        const quint32 bytes = qToBigEndian(value);
+        return QByteArray(reinterpret_cast<const char*>(&bytes), 4);
+    };
+    return dir.file(name, QByteArray("\x89PNG\r\n\x1a\n", 8) +
+                              chunk("IHDR", bigEndian(width) + bigEndian(height) + layout) +
+                              chunk("IDAT", qCompress(QByteArray(64, 0)).mid(4)) +
+                              chunk("IEND", {}));
 }
 
 } // namespace
@@ -238,6 +254,80 @@ TEST(ImageConverter, BadInputsFailAloneWithTheirSentenceAndLeaveNoFile) {
               }),
               "„broken.jpg“ konnte nicht gelesen werden.");
     EXPECT_EQ(dir.names(), QStringList({"bomb.png", "broken.jpg", "good.jpg", "good.png"}));
+}
+
+// Encoders that hold the whole picture get what the memory budget allows, and so do decoders
+// that hold it; larger pictures are refused from the header alone.
+TEST(ImageConverter, PicturesTooLargeForTheMemoryAreRefusedBeforeDecoding) {
+    TestFolder dir;
+    const QString big = claimedPNG(dir, "big.png", 10000, 9000);
+    QElapsedTimer timer;
+    timer.start();
+    for (const ImageFormat& format :
+         {ImageFormat::heic, ImageFormat::avif, ImageFormat::webp, ImageFormat::gif}) {
+        EXPECT_EQ(errorOf([&] { ImageConverter::convert(big, format, {}); }),
+                  "Das Bild ist zu groß für " + format.title + " (90 Megapixel).");
+    }
+    // libpng hands out interlaced pictures only whole: 16-bit RGBA takes 8 bytes a pixel.
+    const QString interlaced =
+        claimedPNG(dir, "interlaced.png", 22000, 22000, QByteArray::fromHex("1006000001"));
+    EXPECT_EQ(errorOf([&] { ImageConverter::convert(interlaced, ImageFormat::jpg, {}); }),
+              "„interlaced.png“ ist mit 22000 × 22000 Pixeln zu groß (höchstens 125 "
+              "Megapixel).");
+    EXPECT_LT(timer.elapsed(), 500);
+    EXPECT_EQ(dir.names(), QStringList({"big.png", "interlaced.png"}));
+}
+
+// Truncated files end in rows of grey when decoded as far as they go: they are refused, unless
+// only what comes after the last row is missing.
+TEST(ImageConverter, TruncatedImagesAreRefusedAsIncomplete) {
+    TestFolder dir;
+    const VImage photo = photoLike(300, 200);
+    for (const char* ext : {"jpg", "png", "gif"}) {
+        const QByteArray whole =
+            readBytes(saveImage(photo, dir.path(QStringLiteral("whole.") + ext)));
+        for (const int percent : {10, 50, 90}) {
+            const QString name = QStringLiteral("cut%1.%2").arg(percent).arg(ext);
+            const QString cut = dir.file(name, whole.left(whole.size() * percent / 100));
+            SCOPED_TRACE(name.toStdString());
+            EXPECT_EQ(errorOf([&] { ImageConverter::convert(cut, ImageFormat::webp, {}); }),
+                      "„" + name + "“ ist unvollständig.");
+        }
+    }
+    const QByteArray png = readBytes(dir.path("whole.png"));
+    const QString noEnd = dir.file("noend.png", png.left(png.size() - 12)); // without IEND
+    EXPECT_EQ(sizeOf(ImageConverter::convert(noEnd, ImageFormat::jpg, {})), "300 x 200");
+
+    // A JPEG goes into a PDF undecoded, so it is checked first.
+    EXPECT_EQ(errorOf([&] {
+                  ImageConverter::makePDF({dir.path("whole.png"), dir.path("cut90.jpg")},
+                                          NameReservation(dir.path("album.pdf")));
+              }),
+              "„cut90.jpg“ ist unvollständig.");
+    EXPECT_FALSE(QFileInfo::exists(dir.path("album.pdf")));
+}
+
+// Written top-down, row by row as decoded, with no library that needs the whole picture.
+TEST(ImageConverter, BMPIsWrittenStreamingAndUpright) {
+    TestFolder dir;
+    const QString png = saveImage(halves(40, 20, red, blue).rot90(), dir.path("tall.png"));
+    const QString bmp = ImageConverter::convert(png, ImageFormat::bmp, {});
+    EXPECT_EQ(sizeOf(bmp), "20 x 40");
+    EXPECT_TRUE(isNear(pixelAt(bmp, 10, 5), red, 0));
+    EXPECT_TRUE(isNear(pixelAt(bmp, 10, 35), blue, 0));
+    EXPECT_EQ(readBytes(bmp).size(), 14 + 40 + 20 * 3 * 40);
+}
+
+// Every write is checked, and its failure reads as the system's reason under the result's name.
+TEST(ImageConverter, AFailedWriteNamesTheResultAndTheReason) {
+    TestFolder dir;
+    const QString image = saveImage(halves(20, 10, red, blue), dir.path("a.png"));
+    EXPECT_EQ(errorOf([&] {
+                  ImagePDFWriter writer("/dev/full", dir.path("album.pdf"));
+                  writer.addPage(image);
+                  writer.finish();
+              }),
+              "„album.pdf“ konnte nicht geschrieben werden: Der Datenträger ist voll.");
 }
 
 TEST(ImageFormat, OwnFormatOfAFileIsItsWritableExtensionElsePNG) {

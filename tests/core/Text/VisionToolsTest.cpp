@@ -1,5 +1,6 @@
 #include "Text/VisionTools.h"
 
+#include "Image/ImageBudget.h"
 #include "TestFiles.h"
 #include "TestImages.h"
 #include "Text/TextBands.h"
@@ -145,6 +146,27 @@ TEST(VisionTools, BlankImagesFailAndTheClipboardGetsTextOnTheMainThread) {
     EXPECT_EQ(copied, "Kassenbon 42");
     EXPECT_EQ(readText(written), copied);
     EXPECT_EQ(copiedOn, QCoreApplication::instance()->thread());
+}
+
+// Recognition reads at most ImageBudget::mostPixelsRecognized pixels: larger pictures are shrunk,
+// their resolution alike, unless a scan (of 300 dpi when it says nothing) would fall below 150
+// dpi; then they are refused. Both from the size alone, before anything is decoded.
+TEST(VisionTools, LargePicturesAreShrunkForRecognitionOrRefused) {
+    QElapsedTimer timer;
+    timer.start();
+    const TextRecognizer::Page page =
+        TextRecognizer::prepared(vips::VImage::black(12000, 9000), 600);
+    EXPECT_LE(double(page.image.width()) * page.image.height(), ImageBudget::mostPixelsRecognized);
+    EXPECT_GT(double(page.image.width()) * page.image.height(),
+              0.99 * ImageBudget::mostPixelsRecognized);
+    EXPECT_NEAR(page.dpi, 600.0 * page.image.width() / 12000, 1e-9);
+    EXPECT_NEAR(double(page.image.width()) / page.image.height(), 12000.0 / 9000, 1e-3);
+    EXPECT_EQ(TextRecognizer::prepared(vips::VImage::black(1000, 800), 0).image.width(), 1000);
+    EXPECT_EQ(errorOf([&] { VisionTools::recognize(vips::VImage::black(12000, 9000), 150); }),
+              "Das Bild ist zu groß für die Texterkennung (108 Megapixel).");
+    EXPECT_EQ(errorOf([&] { VisionTools::recognize(vips::VImage::black(22000, 22000)); }),
+              "Das Bild ist zu groß für die Texterkennung (484 Megapixel).");
+    EXPECT_LT(timer.elapsed(), 500);
 }
 
 // Bands cut for threads neither overlap nor leave out a line, and follow the columns, so the page

@@ -1,0 +1,82 @@
+// Writes a result's temporary file (as AtomicFile hands it out) through a buffer, checking every
+// write: a failure throws the system's reason under the result's name, never a raw English text.
+#pragma once
+
+#include "SystemError.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <QString>
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+#include <utility>
+
+namespace tramix {
+
+class FileSink {
+public:
+    // Opens the existing file `path` and empties it. `name` is what messages call it: the
+    // result's path, whose last component is shown.
+    FileSink(const QString& path, const QString& name)
+        : name_(name) {
+        fd_ = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+        if (fd_ < 0)
+            SystemError::throwWriteFailure(name_, errno);
+        buffer_.reserve(bufferSize);
+    }
+    ~FileSink() {
+        if (fd_ >= 0)
+            ::close(fd_);
+    }
+    FileSink(const FileSink&) = delete;
+    FileSink& operator=(const FileSink&) = delete;
+
+    void write(const char* data, qsizetype length) {
+        if (buffer_.size() + length > bufferSize)
+            flush();
+        if (length >= bufferSize) {
+            buffer_ = QByteArray::fromRawData(data, length);
+            flush();
+            return;
+        }
+        buffer_.append(data, length);
+    }
+    void write(const QByteArray& bytes) { write(bytes.constData(), bytes.size()); }
+
+    // Bytes written so far.
+    qint64 pos() const { return written_ + buffer_.size(); }
+
+    // Writes out what is buffered and closes the file; its errors count like any other.
+    void finish() {
+        flush();
+        if (::close(std::exchange(fd_, -1)) != 0)
+            SystemError::throwWriteFailure(name_, errno);
+    }
+
+private:
+    static constexpr qsizetype bufferSize = 1 << 20;
+
+    void flush() {
+        for (qsizetype done = 0; done < buffer_.size();) {
+            const ssize_t count =
+                ::write(fd_, buffer_.constData() + done, size_t(buffer_.size() - done));
+            if (count < 0 && errno == EINTR)
+                continue;
+            if (count <= 0)
+                SystemError::throwWriteFailure(name_, count < 0 ? errno : ENOSPC);
+            done += count;
+        }
+        written_ += buffer_.size();
+        buffer_.clear();
+        if (buffer_.capacity() < bufferSize) // after raw data
+            buffer_.reserve(bufferSize);
+    }
+
+    QString name_;
+    int fd_ = -1;
+    QByteArray buffer_;
+    qint64 written_ = 0;
+};
+
+} // namespace tramix
