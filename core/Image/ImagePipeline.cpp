@@ -54,8 +54,9 @@ void refuseBombs(const VImage& header, const QString& name) {
         throw ConversionError::unreadable(name);
     const double pixels = double(header.width()) * header.height();
     const double perPixel = ImageBudget::decoderBytesPerPixel(header);
-    const double most =
-        perPixel > 0 ? std::min(maxPixels, ImageBudget::memory / perPixel) : maxPixels;
+    const double most = perPixel > 0
+                            ? std::min(ImageBudget::maxPixels, ImageBudget::memory / perPixel)
+                            : ImageBudget::maxPixels;
     if (pixels > most) {
         throw ConversionError::failed(
             QStringLiteral("„%1“ ist mit %2 × %3 Pixeln zu groß (höchstens %4 Megapixel).")

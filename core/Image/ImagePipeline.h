@@ -3,6 +3,7 @@
 // work allows, so memory follows the work rather than the image.
 #pragma once
 
+#include "ImageBudget.h"
 #include "ImageFormat.h"
 #include "ImageMetadata.h"
 #include "NameReservation.h"
@@ -17,9 +18,8 @@
 
 namespace tramix::ImagePipeline {
 
-// Images whose header declares more pixels than this are refused before any decoding, as are
-// those whose decoder would need more than the memory budget (see ImageBudget).
-constexpr double maxPixels = 500e6;
+// The most pixels a picture may have at all; see ImageBudget.
+constexpr double maxPixels = ImageBudget::maxPixels;
 
 struct Loaded {
     vips::VImage image;     // upright; decoded on demand
