@@ -2,8 +2,10 @@
 
 #include "TestFiles.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
+#include <zlib.h>
 
 namespace tramix::test {
 
@@ -28,6 +30,15 @@ QString pdfinfoPage(const QString& pdf, int page, const QString& field) {
         toolOutput("pdfinfo", {"-f", QString::number(page), "-l", QString::number(page), pdf});
     const QRegularExpression line(QStringLiteral("Page +%1 %2: +([^\\n]*)").arg(page).arg(field));
     return line.match(info).captured(1).trimmed();
+}
+
+// A field of /proc/self/status such as "VmRSS", in bytes.
+qint64 memoryStatus(const char* field) {
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    const QRegularExpression line(QStringLiteral("%1:\\s+(\\d+) kB").arg(field));
+    return line.match(QString::fromLatin1(status.readAll())).captured(1).toLongLong() * 1024;
 }
 
 } // namespace
@@ -59,11 +70,13 @@ QByteArray pagesPDF(const QList<TextPage>& pages) {
         dict += " /Resources << /Font << /F1 " + QByteArray::number(font) +
                 " 0 R >> >> /Contents " + QByteArray::number(4 + 2 * i) + " 0 R >>";
         const QByteArray content = contentOf(page.text, page.size.height());
-        objects << dict
-                << "<< /Length " + QByteArray::number(content.size()) + " >>\nstream\n" + content +
-                       "\nendstream";
+        objects << dict << streamObject({}, content);
     }
     objects << "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica /Encoding /WinAnsiEncoding >>";
+    return pdfOf(objects);
+}
+
+QByteArray pdfOf(const QList<QByteArray>& objects) {
     QByteArray pdf = "%PDF-1.4\n";
     QList<qsizetype> offsets;
     for (qsizetype i = 0; i < objects.size(); ++i) {
@@ -77,6 +90,55 @@ QByteArray pagesPDF(const QList<TextPage>& pages) {
     pdf += "trailer\n<< /Size " + QByteArray::number(objects.size() + 1) +
            " /Root 1 0 R >>\nstartxref\n" + QByteArray::number(xref) + "\n%%EOF\n";
     return pdf;
+}
+
+QByteArray streamObject(const QByteArray& entries, const QByteArray& data) {
+    return "<< " + entries + (entries.isEmpty() ? "" : " ") + "/Length " +
+           QByteArray::number(data.size()) + " >>\nstream\n" + data + "\nendstream";
+}
+
+QByteArray greyImagePDF(int side, double shown, int grey) {
+    z_stream deflater{};
+    deflateInit(&deflater, Z_BEST_COMPRESSION);
+    QByteArray row(side, char(grey)), image;
+    char piece[1 << 16];
+    for (int y = 0; y < side; ++y) {
+        deflater.next_in = reinterpret_cast<Bytef*>(row.data());
+        deflater.avail_in = uInt(row.size());
+        const int flush = y + 1 == side ? Z_FINISH : Z_NO_FLUSH;
+        do {
+            deflater.next_out = reinterpret_cast<Bytef*>(piece);
+            deflater.avail_out = sizeof piece;
+            deflate(&deflater, flush);
+            image.append(piece, qsizetype(sizeof piece - deflater.avail_out));
+        } while (deflater.avail_out == 0);
+    }
+    deflateEnd(&deflater);
+    const QByteArray sides =
+        "/Width " + QByteArray::number(side) + " /Height " + QByteArray::number(side);
+    return imagePDF(sides + " /ColorSpace /DeviceGray /BitsPerComponent 8 /Filter /FlateDecode",
+                    image, shown);
+}
+
+QByteArray imagePDF(const QByteArray& entries, const QByteArray& data, double shown) {
+    const QByteArray size = QByteArray::number(shown);
+    return pdfOf({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+                  "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 " + size + " " + size +
+                      "] /Resources << /XObject << /Im 4 0 R >> >> /Contents 5 0 R >>",
+                  streamObject("/Type /XObject /Subtype /Image " + entries, data),
+                  streamObject({}, "q " + size + " 0 0 " + size + " 0 0 cm /Im Do Q")});
+}
+
+MemoryPeak::MemoryPeak() {
+    // Writing 5 starts the count of the highest resident memory afresh, from what is resident.
+    QFile reset(QStringLiteral("/proc/self/clear_refs"));
+    if (reset.open(QIODevice::WriteOnly))
+        reset.write("5");
+    start_ = memoryStatus("VmRSS");
+}
+
+qint64 MemoryPeak::rise() const {
+    return memoryStatus("VmHWM") - start_;
 }
 
 QByteArray textPDF(const QStringList& pageTexts) {

@@ -11,10 +11,15 @@
 #include "PDFScanText.h"
 #include "ParallelPages.h"
 #include "SizeCheck.h"
+#include "SystemError.h"
 
-#include <QDir>
+#include <QFile>
 #include <QFileInfo>
-#include <vector>
+#include <cerrno>
+#include <fcntl.h>
+#include <mutex>
+#include <unistd.h>
+#include <utility>
 
 namespace tramix::PDFConverter {
 
@@ -36,24 +41,51 @@ QString trimmedSpace(const QString& text) {
     return text.mid(begin, end - begin);
 }
 
-// Page i of `input` under names[i], rendered side by side; returns the paths written.
-std::vector<QString> renderPages(const QString& input, std::vector<NameReservation> names,
-                                 const ImageFormat& format, double quality, double dpi) {
-    std::vector<QString> written(names.size());
-    ParallelPages::run(int(names.size()), JobRunner::width(), [&] {
-        std::shared_ptr<poppler::document> document = PDFRenderer::open(input);
-        return [&, document](int index) {
-            std::unique_ptr<poppler::page> page(document->create_page(index));
-            if (!page)
-                throw ConversionError::failed(
-                    QStringLiteral("Bild konnte nicht gerendert werden."));
-            const vips::VImage image = PDFRenderer::render(*page, dpi);
-            written[size_t(index)] = AtomicFile::writeBytes(std::move(names[size_t(index)]), [&] {
-                return ImagePipeline::encode(image, format, quality, ImageMetadata::none(), dpi);
-            });
-        };
-    });
-    return written;
+// A new file in a folder that AtomicFile::writeFolder stages, never made through a link.
+void writeNewFile(const QString& path, const QByteArray& bytes) {
+    const QString name = fileName(path);
+    const int fd = ::open(QFile::encodeName(path).constData(),
+                          O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+    if (fd < 0)
+        SystemError::throwWriteFailure(name, errno);
+    for (qsizetype done = 0; done < bytes.size();) {
+        const ssize_t written = ::write(fd, bytes.constData() + done, size_t(bytes.size() - done));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0) {
+            const int error = written < 0 ? errno : ENOSPC;
+            ::close(fd);
+            SystemError::throwWriteFailure(name, error);
+        }
+        done += written;
+    }
+    if (::close(fd) != 0)
+        SystemError::throwWriteFailure(name, errno);
+}
+
+// What drawing the pages to images takes.
+struct Drawing {
+    ImageFormat format;
+    double quality;
+    double dpi;
+    std::vector<PDFDocument::ImageMemory> images; // by page, as far as known
+};
+
+// Page `index` (from 0) drawn and encoded, handed to `store` while the bitmap is still held, so
+// that what the page takes stays counted until it is written.
+void drawPage(poppler::document& document, int index, const Drawing& drawing,
+              const std::function<void(const QByteArray& encoded)>& store) {
+    std::unique_ptr<poppler::page> page(document.create_page(index));
+    if (!page)
+        throw ConversionError::failed(QStringLiteral("Bild konnte nicht gerendert werden."));
+    // Pages too large for the memory budget come out at a lower resolution, which the image
+    // records, so that it still prints at the page's size.
+    PDFRenderer::Needs needs;
+    if (size_t(index) < drawing.images.size())
+        needs.images = drawing.images[size_t(index)];
+    const PDFRenderer::Rendered drawn = PDFRenderer::render(*page, index + 1, drawing.dpi, needs);
+    store(ImagePipeline::encode(drawn.image, drawing.format, drawing.quality, ImageMetadata::none(),
+                                drawn.dpi));
 }
 
 } // namespace
@@ -70,30 +102,50 @@ QString compress(const QString& input, const OutputContext& context) {
         throw ConversionError::unreadable(fileName(input));
     }
     const QString written =
-        PDFDocument::write(*document, std::move(destination), [](QPDFWriter& writer) {
-            writer.setCompressStreams(true);
-            writer.setDecodeLevel(qpdf_dl_generalized);
-            writer.setObjectStreamMode(qpdf_o_generate);
-        });
+        PDFDocument::write(*document, std::move(destination),
+                           {.source = fileName(input), .configure = [](QPDFWriter& writer) {
+                                writer.setCompressStreams(true);
+                                writer.setDecodeLevel(qpdf_dl_generalized);
+                                writer.setObjectStreamMode(qpdf_o_generate);
+                            }});
     SizeCheck::requireSmaller(written, input, QStringLiteral("Das PDF"));
     return written;
 }
 
 QString toImages(const QString& input, const ImageFormat& format, const OutputContext& context,
                  double dpi) {
-    const int count = PDFRenderer::open(input)->pages();
-    std::vector<NameReservation> names;
+    std::shared_ptr<poppler::document> opened = PDFRenderer::open(input);
+    const int count = opened->pages();
+    const Drawing drawing{format, context.quality, dpi, PDFDocument::imageMemory(input)};
     if (count == 1) {
-        names.push_back(context.destination(input, format.ext));
-        return renderPages(input, std::move(names), format, context.quality, dpi).front();
+        QString written;
+        drawPage(*opened, 0, drawing, [&](const QByteArray& encoded) {
+            written = AtomicFile::writeBytes(context.destination(input, format.ext),
+                                             [&] { return encoded; });
+        });
+        return written;
     }
-    const QDir folder(context.makeFolder(input));
-    for (int i = 1; i <= count; ++i) {
-        names.emplace_back(folder.filePath(
-            QStringLiteral("Seite %1.%2").arg(PageRanges::zeroPadded(i, count), format.ext)));
-    }
-    renderPages(input, std::move(names), format, context.quality, dpi);
-    return folder.path();
+    // Staged and named whole: a failing page or a kill leaves no half folder, and the pages go
+    // through the staging folder's handle, whatever is put in place of its name meanwhile.
+    return AtomicFile::writeFolder(
+        context.destinationNamed(outputStem(input), input), [&](const QString& staging) {
+            std::mutex handOver; // the first thread takes the document opened already
+            ParallelPages::run(count, JobRunner::width(), [&] {
+                std::unique_lock lock(handOver);
+                std::shared_ptr<poppler::document> document = std::exchange(opened, nullptr);
+                lock.unlock();
+                if (!document)
+                    document = PDFRenderer::open(input);
+                return [&, document](int index) {
+                    const QString name =
+                        QStringLiteral("Seite %1.%2")
+                            .arg(PageRanges::zeroPadded(index + 1, count), format.ext);
+                    drawPage(*document, index, drawing, [&](const QByteArray& encoded) {
+                        writeNewFile(staging + u'/' + name, encoded);
+                    });
+                };
+            });
+        });
 }
 
 QString toText(const QString& input, const OutputContext& context) {

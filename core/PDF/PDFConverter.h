@@ -30,7 +30,9 @@ inline QString label(const PageRanges::Group& group,
 QString compress(const QString& input, const OutputContext& context);
 
 // Every page rendered at `dpi`: one page next to the input, more into a new folder as
-// "Seite {i}.{ext}". Returns the file or the folder.
+// "Seite {i}.{ext}", which appears whole or not at all. Pages too large to draw at `dpi` within
+// PDFRenderer::renderBudget are drawn at a lower resolution, which their image records (so it
+// prints at the page's size) and the engine log notes. Returns the file or the folder.
 QString toImages(const QString& input, const ImageFormat& format, const OutputContext& context,
                  double dpi = 300);
 

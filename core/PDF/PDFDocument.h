@@ -3,7 +3,9 @@
 
 #include "NameReservation.h"
 
+#include <QSize>
 #include <QString>
+#include <QtGlobal>
 #include <functional>
 #include <memory>
 #include <qpdf/QPDF.hh>
@@ -27,14 +29,36 @@ std::vector<QPDFPageObjectHelper> pages(QPDF& document, const QString& name);
 // stay open until `target` is written.
 void appendCopy(QPDF& target, QPDFPageObjectHelper page);
 
-// Writes `document` atomically under the reserved name (or the next free one) and returns its
-// path; `configure` may change how. Any failure gives "PDF konnte nicht gespeichert werden." and
-// leaves no file.
-QString write(QPDF& document, NameReservation destination,
-              const std::function<void(QPDFWriter&)>& configure = {});
+// What poppler's decoders hold at once to draw the images of one page: a progressive JPEG keeps
+// two bytes for every sample until its last scan, a JPEG 2000 picture four; other images
+// stream. An image counts with its soft mask.
+struct ImageMemory {
+    qint64 bytes = 0; // for the image that needs most
+    QSize size;       // its size in pixels
+};
 
-// As `write`, straight to `path`, for a temporary file that AtomicFile moves into place later.
-void writeTo(QPDF& document, const QString& path,
-             const std::function<void(QPDFWriter&)>& configure = {});
+// One entry per page of the document at `path`, in order; empty when qpdf cannot read it, and
+// nothing for what it cannot follow (an image whose header is unreadable counts as progressive).
+std::vector<ImageMemory> imageMemory(const QString& path);
+
+struct WriteSettings {
+    // The input's file name. qpdf writes some damage it repaired while reading as it found it,
+    // and a result that does not open again is blamed on the input ("„{source}“ konnte nicht
+    // gelesen werden."); without one it is "PDF konnte nicht gespeichert werden."
+    QString source;
+    // Changes to how qpdf writes.
+    std::function<void(QPDFWriter&)> configure;
+};
+
+// Writes `document` atomically under the reserved name (or the next free one) and returns its
+// path, as `writeTo` does. Any failure leaves no file.
+QString write(QPDF& document, NameReservation destination, const WriteSettings& settings = {});
+
+// Writes `document` to `path`: a temporary path from AtomicFile, or a new file in a folder that
+// AtomicFile::writeFolder stages. Every write is checked (a full disk throws "„{name}“ konnte
+// nicht geschrieben werden: Der Datenträger ist voll.", `name` being the result's file name), and
+// the result is opened again, without repairs, and must have as many pages as `document`.
+void writeTo(QPDF& document, const QString& path, const QString& name,
+             const WriteSettings& settings = {});
 
 } // namespace tramix::PDFDocument

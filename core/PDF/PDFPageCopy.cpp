@@ -6,7 +6,7 @@
 #include "PDFDocument.h"
 #include "ParallelPages.h"
 
-#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <mutex>
 #include <utility>
@@ -20,10 +20,10 @@ QString fileName(const QString& path) {
     return QFileInfo(path).fileName();
 }
 
-// Copies pages into a new document and writes it; qpdf failures on a broken source are the
-// source's fault.
+// Copies pages into a new document and writes it to `path`, known as `name`; qpdf failures on
+// a broken source are the source's fault.
 void writePages(const std::vector<QPDFPageObjectHelper>& pages, const PageRanges::Group& group,
-                const QString& sourceName, const QString& path) {
+                const QString& sourceName, const QString& path, const QString& name) {
     std::shared_ptr<QPDF> output = PDFDocument::empty();
     try {
         for (qint64 page : group)
@@ -31,7 +31,7 @@ void writePages(const std::vector<QPDFPageObjectHelper>& pages, const PageRanges
     } catch (const std::exception&) {
         throw ConversionError::unreadable(sourceName);
     }
-    PDFDocument::writeTo(*output, path);
+    PDFDocument::writeTo(*output, path, name, {.source = sourceName, .configure = {}});
 }
 
 void requirePages(const PageRanges::Group& group, qint64 count) {
@@ -50,22 +50,21 @@ QString mergedName(const QString& name) {
     return result;
 }
 
-std::vector<NameReservation> splitDestinations(const QString& input,
-                                               const QList<PageRanges::Group>& chosen,
-                                               const OutputContext& context) {
-    std::vector<NameReservation> destinations;
-    if (chosen.size() == 1) {
-        destinations.push_back(
-            context.destination(input, QStringLiteral("pdf"), PageRanges::label(chosen[0])));
-        return destinations;
-    }
-    const QDir folder(context.makeFolder(input, QStringLiteral("aufgeteilt")));
-    for (qsizetype i = 0; i < chosen.size(); ++i) {
-        destinations.emplace_back(folder.filePath(
-            QStringLiteral("Teil %1 – %2.pdf")
-                .arg(PageRanges::zeroPadded(i + 1, chosen.size()), PageRanges::label(chosen[i]))));
-    }
-    return destinations;
+// File systems take names of up to 255 bytes; a long list of pages gives way, not the number.
+constexpr qsizetype longestName = 255;
+
+// "Teil {i} – {label}.pdf" for part `index` (from 0) of `count`.
+QString partName(qsizetype index, qsizetype count, const PageRanges::Group& group) {
+    const QString number = PageRanges::zeroPadded(index + 1, count);
+    QString label = PageRanges::label(group);
+    auto name = [&](const QString& shown) {
+        return QStringLiteral("Teil %1 – %2.pdf").arg(number, shown);
+    };
+    if (QFile::encodeName(name(label)).size() <= longestName)
+        return name(label);
+    while (!label.isEmpty() && QFile::encodeName(name(label + u'…')).size() > longestName)
+        label.chop(label.back().isLowSurrogate() ? 2 : 1);
+    return name(label + u'…');
 }
 
 } // namespace
@@ -93,12 +92,22 @@ QStringList split(const QString& input, const QList<PageRanges::Group>& groups,
         throw ConversionError::failed(QStringLiteral("Keine Seiten ausgewählt."));
     for (const PageRanges::Group& group : chosen)
         requirePages(group, count);
-    std::vector<NameReservation> destinations = splitDestinations(input, chosen, context);
-    const QString folder = QFileInfo(destinations.front().path()).absolutePath();
-    try {
-        return AtomicFile::writeAll(std::move(destinations), [&](const QStringList& temporaries) {
-            // Several files are written at once, each thread copying from its own reading of
-            // the source.
+    if (chosen.size() == 1) {
+        NameReservation destination =
+            context.destination(input, QStringLiteral("pdf"), PageRanges::label(chosen[0]));
+        const QString shown = destination.path();
+        return {AtomicFile::write(std::move(destination), [&](const QString& temporary) {
+            writePages(*openedPages, chosen[0], name, temporary, shown);
+        })};
+    }
+    QStringList parts;
+    for (qsizetype i = 0; i < chosen.size(); ++i)
+        parts.append(partName(i, chosen.size(), chosen[i]));
+    // Staged and named whole: a failing part or a kill leaves no half folder. Several files are
+    // written at once, each thread copying from its own reading of the source.
+    const QString folder = AtomicFile::writeFolder(
+        context.destinationNamed(outputStem(input) + QStringLiteral(" aufgeteilt"), input),
+        [&](const QString& staging) {
             std::mutex handOver;
             ParallelPages::run(int(chosen.size()), JobRunner::width(), [&] {
                 std::unique_lock lock(handOver);
@@ -111,15 +120,14 @@ QStringList split(const QString& input, const QList<PageRanges::Group>& groups,
                         PDFDocument::pages(*source, name));
                 }
                 return [&, source, pages](int index) {
-                    writePages(*pages, chosen[index], name, temporaries[index]);
+                    writePages(*pages, chosen[index], name, staging + u'/' + parts[index],
+                               parts[index]);
                 };
             });
         });
-    } catch (...) {
-        if (chosen.size() > 1)
-            QDir().rmdir(folder); // only when empty
-        throw;
-    }
+    for (QString& part : parts)
+        part = folder + u'/' + part;
+    return parts;
 }
 
 QString merge(const QList<MergePart>& parts, const QString& name, const OutputContext& context) {

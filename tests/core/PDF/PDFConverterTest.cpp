@@ -1,15 +1,25 @@
+// qpdf's headers ask which of its pointer types code uses; the core says the same.
+#define POINTERHOLDER_TRANSITION 4
+
 #include "PDF/PDFConverter.h"
 
+#include "AtomicFile.h"
 #include "Catalogue/OperationRegistry.h"
 #include "Image/ImageConverter.h"
 #include "JobRunner.h"
+#include "PDF/PDFDocument.h"
+#include "PDF/PDFImageCompressor.h"
+#include "PDF/PDFRenderer.h"
 #include "TestFiles.h"
 #include "TestImages.h"
 #include "TestPDFs.h"
 
 #include <QDir>
 #include <QFile>
+#include <atomic>
+#include <chrono>
 #include <gtest/gtest.h>
+#include <thread>
 
 using namespace tramix;
 using namespace tramix::test;
@@ -268,4 +278,145 @@ TEST(PDFConverter, BadInputsFailAloneAndLeaveNothing) {
         QFile::remove(result.outputs[0]);
         EXPECT_EQ(dir.names(), before);
     }
+}
+
+// Fuzzing found a 658-byte PDF of two 5,270-point pages taking 6.3 GB as PNG, and a PDF with
+// one 20,000 × 20,000 image taking 810 MB to compress.
+TEST(PDFConverter, HugePagesAndImagesStayWithinTheMemoryBudget) {
+    TestFolder dir;
+    const QString photo = dir.file("Foto.pdf", greyImagePDF(12000, 576));
+    const MemoryPeak compressing;
+    const QString smaller = PDFConverter::compress(photo, {});
+    // Shrunk while decoding, block by block, to the 1,200 pixels that 576 points need at screen
+    // resolution: its 144 MB of samples, more than the budget, are never held.
+    EXPECT_LT(compressing.rise(), PDFImageCompressor::memoryBudget);
+    EXPECT_TRUE(objectsOf(smaller).contains("/Width 1200"));
+    EXPECT_TRUE(isNear(pixelAt(PDFConverter::toImages(smaller, ImageFormat::png, {}, 72), 300, 300),
+                       {180, 180, 180}, 2));
+
+    const QString poster =
+        dir.file("Plakat.pdf", pagesPDF({TextPage("Plakat", 0, QSizeF(5270, 5270))}));
+    const MemoryPeak rendering;
+    const QString drawn = PDFConverter::toImages(poster, ImageFormat::png, {});
+    // Some room for what the sanitizers keep of freed memory.
+    EXPECT_LT(rendering.rise(), PDFRenderer::renderBudget + 300'000'000);
+    // As large as the budget allows, at the resolution that gives, which the image records so
+    // that it still prints at the page's size.
+    const VImage image = openImage(drawn);
+    EXPECT_LE(qint64(image.width()) * image.height(), PDFRenderer::maxPagePixels);
+    EXPECT_GT(image.width(), 8600);
+    EXPECT_NEAR(image.xres() * 25.4, image.width() / (5270 / 72.0), 0.5);
+
+    // poppler decodes a progressive JPEG (its coefficients) and a JPEG 2000 picture whole: such
+    // images are judged by their headers, before anything is decoded.
+    const QByteArray progressiveFrame("\xFF\xD8\xFF\xC2\x00\x11\x08\x2E\xE0\x2E\xE0\x03"
+                                      "\x01\x22\x00\x02\x11\x01\x03\x11\x01",
+                                      21);
+    const QByteArray rgb = "/Width 12000 /Height 12000 /ColorSpace /DeviceRGB /BitsPerComponent 8";
+    const QString jpeg =
+        dir.file("Mosaik.pdf", imagePDF(rgb + " /Filter /DCTDecode", progressiveFrame, 576));
+    const QString jpx = dir.file("Karte.pdf", imagePDF(rgb + " /Filter /JPXDecode", "?", 576));
+    for (const QString& pdf : {jpeg, jpx}) {
+        EXPECT_EQ(
+            errorOf([&] { PDFConverter::toImages(pdf, ImageFormat::png, {}, 72); }),
+            "Die Seite 1 enthält ein Bild, das zu groß zum Rendern ist (12000 × 12000 Pixel).");
+    }
+}
+
+// Fuzzing found compress exiting with 0 for bit-flipped PDFs with a result that no reader opened,
+// and on a full disk with a truncated one. Every PDF result is read back before it gets its name.
+TEST(PDFConverter, WrittenPDFsAreReadBackAndWriteErrorsNamed) {
+    TestFolder dir;
+    const QString source = fiveTextPages(dir);
+    std::shared_ptr<QPDF> document = PDFDocument::open(source);
+    EXPECT_EQ(errorOf([&] { PDFDocument::writeTo(*document, "/dev/full", dir.path("voll.pdf")); }),
+              "„voll.pdf“ konnte nicht geschrieben werden: Der Datenträger ist voll.");
+
+    // A writer that leaves the file empty, as a full disk did: refused, and nothing is left.
+    const QStringList before = dir.names();
+    auto nothingWritten = [](QPDFWriter& writer) { writer.setOutputMemory(); };
+    EXPECT_EQ(errorOf([&] {
+                  PDFDocument::write(*document, NameReservation(dir.path("leer.pdf")),
+                                     {.source = "Bericht.pdf", .configure = nothingWritten});
+              }),
+              "„Bericht.pdf“ konnte nicht gelesen werden.");
+    EXPECT_EQ(dir.names(), before);
+
+    // The temporary is a path through a handle, without the result's name or extension: qpdf
+    // writes there and poppler reads there.
+    AtomicFile::write(NameReservation(dir.path("Kopie.pdf")), [&](const QString& temporary) {
+        EXPECT_FALSE(temporary.endsWith(".pdf"));
+        PDFDocument::writeTo(*document, temporary, "Kopie.pdf");
+        EXPECT_EQ(PDFRenderer::open(temporary)->pages(), 5);
+    });
+    EXPECT_EQ(pageCountOf(dir.path("Kopie.pdf")), 5);
+
+    // A page tree whose declared page count a bit flip broke: qpdf reads the pages anyway, but
+    // poppler trusts the count and saw none.
+    QByteArray flipped = pagesPDF({TextPage("eins"), TextPage("zwei"), TextPage("drei")});
+    flipped.replace("/Count 3 ", "/Count(3)");
+    const QString result = PDFConverter::compress(dir.file("Zaehlung.pdf", flipped), {});
+    EXPECT_EQ(pageCountOf(result), 3);
+    EXPECT_EQ(textOf(result).simplified(), "eins zwei drei");
+}
+
+// Pages to images wrote into a folder that a kill or a failing page left half full, and a link
+// swapped in for the folder's name led the pages elsewhere.
+TEST(PDFConverter, PageFoldersAppearWholeAndNeverThroughALink) {
+    TestFolder dir;
+    QList<TextPage> pages{TextPage("eins"), TextPage("zwei"), TextPage("drei"), TextPage("vier")};
+    pages[2].size = QSizeF(200000, 200000);
+    const QString giant = dir.file("Riese.pdf", pagesPDF(pages));
+    const QStringList before = dir.names();
+    EXPECT_EQ(errorOf([&] { PDFConverter::toImages(giant, ImageFormat::png, {}, 36); }),
+              "Die Seite 3 ist zu groß zum Rendern (200000 × 200000 pt).");
+    EXPECT_EQ(dir.names(), before);
+
+    // A link under the folder's name, to someone else's folder, is neither followed nor replaced.
+    const QString victim = dir.folder("Fremd");
+    ASSERT_TRUE(QFile::link(victim, dir.path("Heft")));
+    ASSERT_TRUE(QFile::link(victim, dir.path("Heft aufgeteilt")));
+    const QString source = dir.file("Heft.pdf", textPDF({"eins", "zwei", "drei"}));
+    const QString folder = PDFConverter::toImages(source, ImageFormat::png, {}, 36);
+    EXPECT_EQ(folder, dir.path("Heft 2"));
+    EXPECT_FALSE(QFileInfo(folder).isSymLink());
+    EXPECT_EQ(namesIn(folder), (QStringList{"Seite 1.png", "Seite 2.png", "Seite 3.png"}));
+    const QStringList parts = PDFConverter::split(source, {{1}, {2, 3}}, {});
+    EXPECT_EQ(parts, (QStringList{dir.path("Heft aufgeteilt 2/Teil 1 – S. 1.pdf"),
+                                  dir.path("Heft aufgeteilt 2/Teil 2 – S. 2–3.pdf")}));
+    EXPECT_EQ(pageCountOf(parts[1]), 2);
+    EXPECT_EQ(namesIn(victim), QStringList{});
+    EXPECT_EQ(QFileInfo(dir.path("Heft")).symLinkTarget(), victim);
+}
+
+// While pages are drawn, a link to someone else's folder is swapped in for the staging folder's
+// name: the pages still go into the folder made for them, through its handle, and never into the
+// other one.
+TEST(PDFConverter, PagesNeverFollowALinkSwappedInWhileTheyAreDrawn) {
+    TestFolder dir;
+    const QString victim = dir.folder("Fremd");
+    const QString out = dir.folder("Ausgabe");
+    QList<TextPage> pages;
+    for (int i = 1; i <= 12; ++i)
+        pages.append(TextPage(QStringLiteral("Seite %1").arg(i)));
+    const QString source = dir.file("Heft.pdf", pagesPDF(pages));
+    std::atomic<bool> finished = false, swapped = false;
+    std::jthread swapper([&] {
+        while (!finished && !swapped) {
+            const QStringList staging =
+                QDir(out).entryList({".Heft*.part"}, QDir::Dirs | QDir::Hidden);
+            if (!staging.isEmpty()) {
+                const QString name = out + u'/' + staging[0];
+                swapped = QDir().rename(name, out + "/weggeschoben") && QFile::link(victim, name);
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+    const QString error =
+        errorOf([&] { PDFConverter::toImages(source, ImageFormat::png, OutputContext{out}, 150); });
+    finished = true;
+    swapper.join();
+    ASSERT_TRUE(swapped);
+    EXPECT_EQ(error, "„Heft“ wurde während des Schreibens ersetzt.");
+    EXPECT_EQ(namesIn(victim), QStringList{});
 }
