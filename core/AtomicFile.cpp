@@ -4,6 +4,7 @@
 #include "FileDescriptor.h"
 #include "FolderTree.h"
 #include "Leftovers.h"
+#include "NameReservations.h"
 #include "SystemError.h"
 
 #include <QDir>
@@ -27,8 +28,7 @@ namespace tramix::AtomicFile {
 
 namespace {
 
-constexpr qsizetype longestName = 255; // bytes, on every file system we write to
-constexpr int newFileMode = 0666;      // narrowed by the umask like any new file
+constexpr int newFileMode = 0666; // narrowed by the umask like any new file
 constexpr int newFolderMode = 0777;
 
 QByteArray bytesOf(const QString& path) {
@@ -45,9 +45,8 @@ QString stagingBeside(const QString& destination) {
     const QFileInfo info(destination);
     const QString token = QString::number(QRandomGenerator::global()->generate64(), 36);
     const QString ending = u'.' + token + QStringLiteral(".part");
-    QString name = info.fileName();
-    while (!name.isEmpty() && bytesOf(u'.' + name + ending).size() > longestName)
-        name.chop(name.size() > 1 && name.back().isLowSurrogate() ? 2 : 1);
+    const QString name =
+        NameReservations::fittingStart(info.fileName(), bytesOf(u'.' + ending).size());
     return info.absolutePath() + QStringLiteral("/.") + name + ending;
 }
 
@@ -163,15 +162,9 @@ QString commit(NameReservation& destination, Temporary& temporary) {
     return placed;
 }
 
-void writeWhole(int fd, const QByteArray& bytes, const QString& destination) {
-    for (qsizetype done = 0; done < bytes.size();) {
-        const ssize_t written = ::write(fd, bytes.constData() + done, size_t(bytes.size() - done));
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            SystemError::throwWriteFailure(destination, written < 0 ? errno : ENOSPC);
-        done += written;
-    }
+void writeWhole(const FileDescriptor& file, const QByteArray& bytes, const QString& destination) {
+    if (const int error = file.writeAll(bytes.constData(), size_t(bytes.size())))
+        SystemError::throwWriteFailure(destination, error);
 }
 
 // Every file in the staged folder, and the folder itself, on disk before it takes its name.
@@ -243,7 +236,7 @@ QString writeBytes(NameReservation destination, const std::function<QByteArray()
         FileDescriptor file(::open(bytesOf(temporary).constData(), O_WRONLY | O_TRUNC | O_CLOEXEC));
         if (file.get() < 0)
             SystemError::throwWriteFailure(name, errno);
-        writeWhole(file.get(), bytes, name);
+        writeWhole(file, bytes, name);
         if (file.release() != 0)
             SystemError::throwWriteFailure(name, errno);
     });
@@ -294,7 +287,7 @@ void fillFrom(const QString& temporary, const QString& source) {
         SystemError::throwWriteFailure(source, errno);
     constexpr qint64 pieceSize = 1 << 20;
     for (QByteArray piece = from.read(pieceSize); !piece.isEmpty(); piece = from.read(pieceSize))
-        writeWhole(to.get(), piece, source);
+        writeWhole(to, piece, source);
     if (from.error() != QFileDevice::NoError)
         SystemError::throwReadFailure(source, EIO);
     if (to.release() != 0)

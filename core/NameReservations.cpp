@@ -44,14 +44,6 @@ SplitName split(const QString& name) {
 constexpr qsizetype longestName = 255;
 constexpr qsizetype numberRoom = 4; // " 999"
 
-QString fitting(const SplitName& name) {
-    QString base = name.base;
-    while (base.size() > 1 &&
-           QFile::encodeName(base + name.extension).size() + numberRoom > longestName)
-        base.chop(base.back().isLowSurrogate() ? 2 : 1);
-    return base;
-}
-
 } // namespace
 
 QString unique(const QString& path) {
@@ -61,7 +53,7 @@ QString unique(const QString& path) {
     SplitName name = split(clean.mid(slash + 1));
     const bool tooLong = QFile::encodeName(clean.mid(slash + 1)).size() > longestName - numberRoom;
     if (tooLong)
-        name.base = fitting(name);
+        name.base = fittingStart(name.base, QFile::encodeName(name.extension).size() + numberRoom);
 
     State& s = state();
     std::lock_guard guard(s.lock);
@@ -70,6 +62,13 @@ QString unique(const QString& path) {
         candidate = folder + name.base + u' ' + QString::number(n) + name.extension;
     s.reserved.insert(candidate);
     return candidate;
+}
+
+QString fittingStart(const QString& name, qsizetype otherBytes) {
+    QString start = name;
+    while (start.size() > 1 && QFile::encodeName(start).size() + otherBytes > longestName)
+        start.chop(start.back().isLowSurrogate() ? 2 : 1);
+    return start;
 }
 
 void release(const QString& path) {

@@ -10,6 +10,10 @@ namespace tramix::NameReservations {
 // now reserved for the caller.
 QString unique(const QString& path);
 
+// The longest start of `name` that, with `otherBytes` more, fits a file name of 255 bytes; never
+// cut inside a character.
+QString fittingStart(const QString& name, qsizetype otherBytes);
+
 // Drops the promise of `path`; an unknown path is ignored.
 void release(const QString& path);
 

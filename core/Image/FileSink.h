@@ -2,6 +2,7 @@
 // write: a failure throws the system's reason under the result's name, never a raw English text.
 #pragma once
 
+#include "FileDescriptor.h"
 #include "SystemError.h"
 
 #include <QByteArray>
@@ -19,15 +20,11 @@ public:
     // Opens the existing file `path` and empties it. `name` is what messages call it: the
     // result's path, whose last component is shown.
     FileSink(const QString& path, const QString& name)
-        : name_(name) {
-        fd_ = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_TRUNC | O_CLOEXEC);
-        if (fd_ < 0)
+        : name_(name)
+        , file_(::open(QFile::encodeName(path).constData(), O_WRONLY | O_TRUNC | O_CLOEXEC)) {
+        if (file_.get() < 0)
             SystemError::throwWriteFailure(name_, errno);
         buffer_.reserve(bufferSize);
-    }
-    ~FileSink() {
-        if (fd_ >= 0)
-            ::close(fd_);
     }
     FileSink(const FileSink&) = delete;
     FileSink& operator=(const FileSink&) = delete;
@@ -50,7 +47,7 @@ public:
     // Writes out what is buffered and closes the file; its errors count like any other.
     void finish() {
         flush();
-        if (::close(std::exchange(fd_, -1)) != 0)
+        if (file_.release() != 0)
             SystemError::throwWriteFailure(name_, errno);
     }
 
@@ -58,15 +55,8 @@ private:
     static constexpr qsizetype bufferSize = 1 << 20;
 
     void flush() {
-        for (qsizetype done = 0; done < buffer_.size();) {
-            const ssize_t count =
-                ::write(fd_, buffer_.constData() + done, size_t(buffer_.size() - done));
-            if (count < 0 && errno == EINTR)
-                continue;
-            if (count <= 0)
-                SystemError::throwWriteFailure(name_, count < 0 ? errno : ENOSPC);
-            done += count;
-        }
+        if (const int error = file_.writeAll(buffer_.constData(), size_t(buffer_.size())))
+            SystemError::throwWriteFailure(name_, error);
         written_ += buffer_.size();
         buffer_.clear();
         if (buffer_.capacity() < bufferSize) // after raw data
@@ -74,7 +64,7 @@ private:
     }
 
     QString name_;
-    int fd_ = -1;
+    FileDescriptor file_;
     QByteArray buffer_;
     qint64 written_ = 0;
 };

@@ -2,6 +2,7 @@
 
 #include "AtomicFile.h"
 #include "ConversionError.h"
+#include "FileDescriptor.h"
 #include "Image/ImageMetadata.h"
 #include "Image/ImagePipeline.h"
 #include "JobRunner.h"
@@ -44,22 +45,13 @@ QString trimmedSpace(const QString& text) {
 // A new file in a folder that AtomicFile::writeFolder stages, never made through a link.
 void writeNewFile(const QString& path, const QByteArray& bytes) {
     const QString name = fileName(path);
-    const int fd = ::open(QFile::encodeName(path).constData(),
-                          O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
-    if (fd < 0)
+    FileDescriptor file(::open(QFile::encodeName(path).constData(),
+                               O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+    if (file.get() < 0)
         SystemError::throwWriteFailure(name, errno);
-    for (qsizetype done = 0; done < bytes.size();) {
-        const ssize_t written = ::write(fd, bytes.constData() + done, size_t(bytes.size() - done));
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0) {
-            const int error = written < 0 ? errno : ENOSPC;
-            ::close(fd);
-            SystemError::throwWriteFailure(name, error);
-        }
-        done += written;
-    }
-    if (::close(fd) != 0)
+    if (const int error = file.writeAll(bytes.constData(), size_t(bytes.size())))
+        SystemError::throwWriteFailure(name, error);
+    if (file.release() != 0)
         SystemError::throwWriteFailure(name, errno);
 }
 

@@ -2,6 +2,7 @@
 
 #include "AtomicFile.h"
 #include "ConversionError.h"
+#include "FileDescriptor.h"
 #include "SystemError.h"
 
 #include <QFile>
@@ -84,11 +85,7 @@ public:
     Output(const QString& path, const QString& name)
         : Pipeline("result", nullptr)
         , name_(name)
-        , fd_(openForWriting(path, name)) {}
-    ~Output() override {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
+        , file_(openForWriting(path, name)) {}
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
@@ -113,7 +110,7 @@ public:
     // failed, also one that only closing reports.
     void close() {
         drain();
-        if (!error_ && ::close(std::exchange(fd_, -1)) != 0)
+        if (!error_ && file_.release() != 0)
             error_ = errno;
         throwWriteFailure();
     }
@@ -134,21 +131,12 @@ private:
 
     // Never throws: a failure is kept in `error_`.
     void put(const char* data, size_t length) {
-        while (length > 0 && !error_) {
-            const ssize_t written = ::write(fd_, data, length);
-            if (written < 0 && errno == EINTR)
-                continue;
-            if (written <= 0) {
-                error_ = written < 0 ? errno : ENOSPC;
-                return;
-            }
-            data += written;
-            length -= size_t(written);
-        }
+        if (!error_)
+            error_ = file_.writeAll(data, length);
     }
 
     QString name_;
-    int fd_;
+    FileDescriptor file_;
     int error_ = 0;
     std::string pending_;
 };
