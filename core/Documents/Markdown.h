@@ -1,29 +1,12 @@
-// Markdown into one complete, self-styled HTML document: a small line-oriented converter, not
-// a full CommonMark implementation. Pure functions, no failures.
+// Markdown into one complete, self-styled HTML document. Pure, no failures (but memory).
 #pragma once
 
 #include <QString>
-#include <optional>
 
 namespace tramix::Markdown {
 
-// The whole document; `title` goes into its title element.
+// The whole document; `title` goes into its title element. The body is the text read as
+// CommonMark with GitHub's tables, strikethrough, task lists and autolinks (see MarkdownBody).
 QString toHTML(const QString& markdown, const QString& title);
-
-// Inline markup of one paragraph, heading, quote or list item ("inline" is taken by C++).
-QString inlineHTML(const QString& text);
-
-// The level 1 to 6 of a trimmed heading line ("## Title"); none for "#Title" or "#######".
-std::optional<int> headingLevel(const QString& trimmed);
-
-struct ListItem {
-    QString tag; // "ul" or "ol"
-    QString text;
-
-    bool operator==(const ListItem&) const = default;
-};
-
-// A trimmed "- ", "* ", "+ " or "{digits}. " line; ordered lists always count from 1.
-std::optional<ListItem> listItem(const QString& trimmed);
 
 } // namespace tramix::Markdown
