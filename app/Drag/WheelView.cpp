@@ -1,5 +1,6 @@
 #include "WheelView.h"
 
+#include "CenterText.h"
 #include "Design/SymbolIcons.h"
 
 #include <QEasingCurve>
@@ -15,6 +16,8 @@ namespace tramix {
 namespace {
 
 constexpr double hoverScale = 1.04;
+// Kept free between the centre circle's edge and its text.
+constexpr double centerMargin = 5;
 
 // Sizes are given in the interface's points; one point is one device-independent pixel.
 QFont font(const QPaintDevice* device, double size, QFont::Weight weight, double spacing = 0) {
@@ -84,6 +87,19 @@ void paintSegments(QPainter& p, const WheelModel& model, const WheelGeometry& g,
     }
 }
 
+void drawCenterText(QPainter& p, QPointF c, double radius, const QString& text, const QFont& font,
+                    const QColor& color) {
+    const CenterText fitted = CenterText::fit(text, font, radius);
+    p.setFont(fitted.font);
+    p.setPen(color);
+    double top = c.y() - fitted.lines.size() * fitted.lineHeight / 2;
+    for (const QString& line : fitted.lines) {
+        p.drawText(QRectF(c.x() - radius, top, 2 * radius, fitted.lineHeight), Qt::AlignCenter,
+                   line);
+        top += fitted.lineHeight;
+    }
+}
+
 void paintCenter(QPainter& p, const WheelModel& model, const WheelGeometry& g, QPointF c,
                  const WheelPalette& palette) {
     p.setPen(QPen(palette.segmentEdge, 1));
@@ -95,8 +111,8 @@ void paintCenter(QPainter& p, const WheelModel& model, const WheelGeometry& g, Q
     const QRectF inner(c.x() - width / 2, c.y() - g.centerRadius * 0.7, width,
                        g.centerRadius * 1.4);
     if (const auto op = model.hoveredOperation()) {
-        drawText(p, inner, op->detail, font(device, 10.5, QFont::DemiBold), palette.text,
-                 Qt::AlignCenter | Qt::TextWordWrap);
+        drawCenterText(p, c, g.centerRadius - centerMargin, op->detail,
+                       font(device, 10.5, QFont::DemiBold), palette.text);
         return;
     }
     if (model.pageOperations().isEmpty()) {

@@ -1,10 +1,13 @@
 #include "Drag/WheelModel.h"
 
+#include "Catalogue/Catalogue.h"
+#include "Drag/CenterText.h"
 #include "Drag/WheelController.h"
 #include "Drag/WheelDropView.h"
 #include "Drag/WheelGeometry.h"
 #include "TestFiles.h"
 
+#include <QFontMetricsF>
 #include <QSignalSpy>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -121,6 +124,31 @@ TEST(WheelGeometry, ASegmentsOutlineHoldsItsLabelAndStaysApartFromItsNeighbour) 
     EXPECT_FALSE(top.contains(QPointF(150, 150 - 50)));
     EXPECT_FALSE(top.contains(QPointF(150, 150 - 130)));
     EXPECT_FALSE(top.intersects(SegmentShape{1, 8, 60, 128, 5}.path(rect)));
+}
+
+TEST(WheelGeometry, EveryDetailFitsTheCentreWithoutClipping) {
+    QFont font;
+    font.setPointSizeF(10.5 * 72 / 96);
+    font.setWeight(QFont::DemiBold);
+    const double radius = WheelGeometry().centerRadius - 5;
+    for (const CatalogueRow& row : Catalogue::rows()) {
+        for (const char* detail : {row.detail, row.detailForMany}) {
+            if (!detail)
+                continue;
+            const QString text = QString::fromUtf8(detail).arg(12);
+            const CenterText fitted = CenterText::fit(text, font, radius);
+            EXPECT_EQ(fitted.lines.join(u' '), text) << "elided";
+            const QFontMetricsF metrics(fitted.font);
+            const double allowed =
+                CenterText::widthAllowed(radius, int(fitted.lines.size()), fitted.lineHeight);
+            for (const QString& line : fitted.lines)
+                EXPECT_LE(metrics.horizontalAdvance(line), allowed) << qPrintable(line);
+        }
+    }
+    // A word too long for any size is elided on one line rather than drawn past the circle.
+    const CenterText tooLong = CenterText::fit(QString(60, u'W'), font, radius);
+    ASSERT_EQ(tooLong.lines.size(), 1);
+    EXPECT_TRUE(tooLong.lines[0].endsWith(QChar(0x2026)));
 }
 
 TEST(WheelController, CentresThePanelOnThePointerAndClampsItIntoTheScreen) {
