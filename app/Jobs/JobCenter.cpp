@@ -56,7 +56,7 @@ void JobCenter::run(const FileOperation& operation, const QStringList& paths, QP
     DebugLog::write(
         QStringLiteral("Auftrag %1 mit %2 Datei(en)").arg(operation.id).arg(paths.size()));
     if (operation.style == OperationStyle::instant) {
-        runInstant(operation, paths);
+        runInstant(operation, paths, at);
         return;
     }
     const quint64 job = ++jobsStarted_;
@@ -93,11 +93,13 @@ void JobCenter::run(const FileOperation& operation, const QStringList& paths, QP
 }
 
 // Instant operations drive the clipboard and windows, so they run here on the interface
-// thread; they give their own feedback, so nothing is reported but to the log.
-void JobCenter::runInstant(const FileOperation& operation, const QStringList& paths) {
+// thread. They give their own feedback when they work; when one fails, the toast says why.
+void JobCenter::runInstant(const FileOperation& operation, const QStringList& paths, QPoint at) {
     const JobResult result = JobRunner::run(operation, paths, context());
     for (const JobResult::Failure& failure : result.failures)
         DebugLog::write(QStringLiteral("%1: %2").arg(operation.id, failure.message));
+    if (const auto failure = failureText(result, paths.size()))
+        toast_.show(ToastModel::State::makeFailed(*failure), at);
     Q_EMIT jobFinished(result);
 }
 

@@ -51,7 +51,7 @@ Q_SIGNALS:
     void jobFinished(const tramix::JobResult& result);
 
 private:
-    void runInstant(const FileOperation& operation, const QStringList& paths);
+    void runInstant(const FileOperation& operation, const QStringList& paths, QPoint at);
     void report(const FileOperation& operation, qsizetype inputs, const JobResult& result,
                 QPoint at);
 

@@ -116,7 +116,7 @@ TEST(JobCenter, OneDamagedFileOfTwoFailsTheJobButKeepsTheGoodOutput) {
     EXPECT_EQ(f.history.total(), 0);
 }
 
-TEST(JobCenter, InstantActionsReportNothingAndSettingsChooseTheContext) {
+TEST(JobCenter, InstantActionsReportOnlyTheirFailuresAndSettingsChooseTheContext) {
     Fixture f;
     // They drive the clipboard and windows, which live on the interface thread.
     bool ranOnTheInterfaceThread = false;
@@ -131,6 +131,17 @@ TEST(JobCenter, InstantActionsReportNothingAndSettingsChooseTheContext) {
     EXPECT_FALSE(f.jobs.toast().isShown());
     EXPECT_TRUE(f.history.entries().isEmpty());
     EXPECT_EQ(f.sounds, 0);
+
+    // A failing one says why in the toast, and is not history either.
+    const FileOperation failing =
+        fake(OperationStyle::instant, [](const QStringList&, const OutputContext&) -> QStringList {
+            throw ConversionError::failed(QStringLiteral("Kein Terminal gefunden."));
+        });
+    f.runAndWait(failing, {f.folder.file("b.txt")});
+    ASSERT_TRUE(f.jobs.toast().isShown());
+    EXPECT_EQ(f.toast().kind, ToastModel::State::failed);
+    EXPECT_EQ(f.toast().subtitle(), "Kein Terminal gefunden.");
+    EXPECT_TRUE(f.history.entries().isEmpty());
 
     f.settings.setQuality(0.5);
     f.settings.setOutputFolder(f.folder.path("out"));
