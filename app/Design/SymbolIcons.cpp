@@ -148,15 +148,17 @@ const QHash<QString, Drawing>& drawings() {
              box(p);
              p.drawPath(arrow({15, 15}, {9, 15}, 3));
          }},
+        // Sending to a device: the usual share glyph, an open box with an arrow leaving it.
         {"airplayaudio",
          [](QPainter& p) {
-             p.drawArc(QRectF(4, 2, 16, 16), 30 * 16, 120 * 16 + 1);
-             p.drawArc(QRectF(7.5, 5.5, 9, 9), 20 * 16, 140 * 16);
-             QPainterPath triangle(QPointF(12, 13));
-             triangle.lineTo(17, 21);
-             triangle.lineTo(7, 21);
-             triangle.closeSubpath();
-             p.drawPath(triangle);
+             QPainterPath box(QPointF(8, 9));
+             box.lineTo(5, 9);
+             box.lineTo(5, 21);
+             box.lineTo(19, 21);
+             box.lineTo(19, 9);
+             box.lineTo(16, 9);
+             p.drawPath(box);
+             p.drawPath(arrow({12, 15}, {12, 2.5}, 3.5));
          }},
         {"tray.and.arrow.down",
          [](QPainter& p) {

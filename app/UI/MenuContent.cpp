@@ -30,7 +30,7 @@ QString modeExamples(WheelMode mode, bool german) {
     case WheelMode::tools:
         return pick(german, "Zuschneiden, PDF teilen …", "Crop, split PDF …");
     case WheelMode::actions:
-        return pick(german, "AirDrop, ZIP, Pfad …", "AirDrop, ZIP, path …");
+        return pick(german, "Teilen, ZIP, Pfad …", "Share, ZIP, path …");
     }
     return {};
 }

@@ -206,7 +206,7 @@ std::vector<CatalogueRow> table() {
         {"tool.video.mute",     video, tools, "STUMM",     "Tonspur entfernen",         "speaker.slash", perFile(&MediaConverter::removeAudio)},
 
         // Actions: the same for every kind of file.
-        {"action.airdrop",  std::nullopt, actions, "AIRDROP",  "Per AirDrop teilen",      "airplayaudio",        onDesktop(&DesktopHandlers::share, "ein Gerät zum Senden, das der Desktop kennt")},
+        {"action.airdrop",  std::nullopt, actions, "TEILEN",   "An ein Gerät senden",     "airplayaudio",        onDesktop(&DesktopHandlers::share, "ein Gerät zum Senden, das der Desktop kennt")},
         {"action.float",    std::nullopt, actions, "FLOAT",    "In die Ablage legen",     "tray.and.arrow.down", onDesktop(&DesktopHandlers::shelve, "die schwebende Ablage auf dem Bildschirm")},
         {"action.copy",     std::nullopt, actions, "KOPIEREN", "In die Zwischenablage",   "doc.on.doc",          onDesktop(&DesktopHandlers::copyFiles, clipboard)},
         {"action.move",     std::nullopt, actions, "BEWEGEN",  "In einen Ordner bewegen", "folder",              onDesktop(&DesktopHandlers::move, "eine Ordnerauswahl auf dem Bildschirm")},
