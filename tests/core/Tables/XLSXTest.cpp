@@ -178,10 +178,13 @@ TEST(XLSX, ColumnNamesAndIndicesAreBijectiveBase26) {
 }
 
 TEST(XLSX, OnlyPlainDecimalsAreStoredAsNumbersAndReadBackShortest) {
-    for (const char* number : {"0", "7", "-12", "-0.5", "3.14159", "100.0"})
+    for (const char* number : {"0", "7", "-12", "-0.5", "3.14159", "100.0", "-100000000000000",
+                               "0.000123456789012345", "12345678901234.5"})
         EXPECT_TRUE(XLSXCells::isNumber(number)) << number;
-    // Excel would drop the zeros or read an exponent, a sign or a comma its own way.
-    for (const char* text : {"", "-", "007", "00", "1e5", "1.", ".5", "+1", "1 ", "1,5", "0x1"})
+    // Excel would drop the zeros, read an exponent, a sign or a comma its own way, or round
+    // away digits past the fifteenth.
+    for (const char* text : {"", "-", "007", "00", "1e5", "1.", ".5", "+1", "1 ", "1,5", "0x1",
+                             "1000000000000000", "-0.1234567890123456", "12345678901234.50"})
         EXPECT_FALSE(XLSXCells::isNumber(text)) << text;
     const std::pair<double, const char*> numbers[] = {{-12, "-12"},
                                                       {0.1, "0.1"},
@@ -484,13 +487,18 @@ TEST(XLSX, LibreOfficeOpensOursAndWeReadLibreOffices) {
         ASSERT_TRUE(office.waitForFinished(120000));
     };
 
-    // Ours, opened by Calc and saved as UTF-8 CSV, gives the grid back.
+    // Ours, made from a CSV, opened by Calc and saved as UTF-8 CSV, gives the grid back, long
+    // numbers with every digit.
     const TableGrid ours = {{"Name", "Menge", "Notiz"},
                             {"Tee & <Kaffee>", "12", "süß, \"scharf\""},
-                            {"Code", "007", ""},
-                            {"", "-0.5", "Ende"}};
-    XLSX::write(ours, folder.path("Ours.xlsx"));
-    convert({"--convert-to", "csv:Text - txt - csv (StarCalc):44,34,76", folder.path("Ours.xlsx")});
+                            {"Code", "007", "123456789012345"},
+                            {"", "-0.5", "Ende"},
+                            {"Konto", "12345678901234567890", "0.12345678901234567"}};
+    const QString csv =
+        folder.file("Ours.csv", SpreadsheetConverter::serialize(ours, u',').toUtf8());
+    const QString xlsx = SpreadsheetConverter::convert(csv, "xlsx", {});
+    EXPECT_TRUE(unzipped(xlsx, "xl/worksheets/sheet1.xml").contains("<v>123456789012345</v>"));
+    convert({"--convert-to", "csv:Text - txt - csv (StarCalc):44,34,76", xlsx});
     EXPECT_EQ(SpreadsheetConverter::read(folder.path("lo/Ours.csv")), ours);
 
     // Calc's own workbook: shared strings (one repeated), booleans, numbers and gaps.
