@@ -2,6 +2,7 @@
 
 #include "DiskSpace.h"
 #include "SystemError.h"
+#include "Tables/DateFormats.h"
 #include "Tables/SpreadsheetConverter.h"
 #include "Tables/XLSXCells.h"
 #include "Tables/XLSXWriter.h"
@@ -195,6 +196,33 @@ TEST(XLSX, OnlyPlainDecimalsAreStoredAsNumbersAndReadBackShortest) {
                                                       {2.5e-7, "2.5e-07"}};
     for (const auto& [number, text] : numbers)
         EXPECT_EQ(XLSXCells::format(number), text);
+}
+
+TEST(XLSX, FormatCodesShowDatesOrTimesByTheirTokensOutsideLiterals) {
+    using Kind = DateFormats::Kind;
+    const std::pair<const char*, Kind> codes[] = {
+        {"yyyy\\-mm\\-dd", Kind::Date},
+        {"[$-407]DD.MM.YYYY;@", Kind::Date},
+        {"mmmm", Kind::Date}, // a month alone
+        {"d\\.m\\.yy\\ h:mm", Kind::DateTime},
+        {"[Blue]hh\"h\"mm", Kind::Time}, // minutes after hours, though apart
+        {"mm:ss.00", Kind::Time},        // minutes before seconds, tenths no number
+        {"h:mm AM/PM", Kind::Time},
+        {"[h]:mm:ss", Kind::Duration},
+        {"[mm]:ss.0", Kind::Duration},
+        {"yyyy-mm-dd;0.00%", Kind::Date}, // the first section decides
+        {"0.00%", Kind::Number},
+        {"#,##0", Kind::Number},
+        {"\"km\"0", Kind::Number},
+        {"\"dd.mm.yyyy\"", Kind::Number},
+        {"\\d\\a\\y", Kind::Number},
+        {"[>=100]\"viel\";\"wenig\"", Kind::Number},
+        {"0.00E+00", Kind::Number},
+        {"General", Kind::Number},
+        {"@", Kind::Number},
+    };
+    for (const auto& [code, kind] : codes)
+        EXPECT_EQ(DateFormats::ofCode(QString::fromUtf8(code)), kind) << code;
 }
 
 TEST(XLSX, WrittenWorkbooksReadBackToTheSameGrid) {
