@@ -18,8 +18,8 @@ enum class Kind : quint8 {
 // times, every other id is a number here.
 Kind builtIn(quint32 id);
 
-// A format code such as "yyyy\-mm\-dd" or "[$-407]h:mm;@". Its first section decides, the one for
-// positive numbers: dates and times are never negative.
+// A format code such as "yyyy\-mm\-dd" or "[$-407]h:mm;@". Of the formats a code joins with ";",
+// the first decides, the one for positive numbers: dates and times are never negative.
 Kind ofCode(QStringView code);
 
 } // namespace tramix::DateFormats

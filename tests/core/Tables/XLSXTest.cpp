@@ -210,7 +210,7 @@ TEST(XLSX, FormatCodesShowDatesOrTimesByTheirTokensOutsideLiterals) {
         {"h:mm AM/PM", Kind::Time},
         {"[h]:mm:ss", Kind::Duration},
         {"[mm]:ss.0", Kind::Duration},
-        {"yyyy-mm-dd;0.00%", Kind::Date}, // the first section decides
+        {"yyyy-mm-dd;0.00%", Kind::Date}, // the format for positive numbers decides
         {"0.00%", Kind::Number},
         {"#,##0", Kind::Number},
         {"\"km\"0", Kind::Number},
