@@ -1,5 +1,6 @@
 #include "SheetReader.h"
 
+#include "SerialDates.h"
 #include "TableLimits.h"
 #include "XLSXCells.h"
 
@@ -55,6 +56,7 @@ bool SheetReader::startCell(const QXmlStreamAttributes& attributes) {
     type = attributes.hasAttribute(QLatin1String("t"))
                ? attributes.value(QLatin1String("t")).toString()
                : QStringLiteral("n");
+    style = attributes.value(QLatin1String("s")).toLongLong(); // none is the first style
     value.clear();
     if (!attributes.hasAttribute(QLatin1String("r"))) {
         column = std::min(column + 1, TableLimits::maxColumns);
@@ -84,7 +86,10 @@ QString SheetReader::cellText() const {
         return value == u"1" ? QStringLiteral("WAHR") : QStringLiteral("FALSCH");
     if (type == u"n") {
         const std::optional<double> number = parseDouble(value);
-        return number ? XLSXCells::format(*number) : value;
+        if (!number)
+            return value;
+        const auto moment = SerialDates::text(*number, styles.kindOf(style), date1904);
+        return moment ? *moment : XLSXCells::format(*number);
     }
     return value;
 }

@@ -1,7 +1,9 @@
 // Reads the cells of one worksheet: positions from the `r` attributes (or counted on where they
-// are missing), texts by cell type, shared strings looked up; each cell is handed over as it
-// comes.
+// are missing), texts by cell type, shared strings looked up, numbers in date and time styles
+// written out as ISO 8601 (see SerialDates); each cell is handed over as it comes.
 #pragma once
+
+#include "CellStyles.h"
 
 #include <QIODevice>
 #include <QStringList>
@@ -13,15 +15,21 @@ namespace tramix {
 struct SheetReader {
     using CellHandler = std::function<void(int row, int column, const QString& text)>;
 
-    SheetReader(const QStringList& shared, CellHandler onCell)
+    SheetReader(const QStringList& shared, const CellStyles& styles, bool date1904,
+                CellHandler onCell)
         : shared(shared)
+        , styles(styles)
+        , date1904(date1904)
         , onCell(std::move(onCell)) {}
 
     const QStringList& shared;
+    const CellStyles& styles;
+    bool date1904;
     CellHandler onCell;
     int row = -1;
     int column = -1;
     QString type;
+    qint64 style = 0;
     QString value;
     bool collecting = false;
     // Where the sheet first reaches past the limits of a workbook ("Zeile 2000000000",

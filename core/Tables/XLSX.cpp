@@ -1,6 +1,7 @@
 #include "XLSX.h"
 
 #include "CellSpool.h"
+#include "CellStyles.h"
 #include "ConversionError.h"
 #include "DiskSpace.h"
 #include "ScratchFolder.h"
@@ -9,6 +10,7 @@
 #include "SystemError.h"
 #include "TableLimits.h"
 #include "TableRow.h"
+#include "WorkbookProperties.h"
 #include "XLSXWriter.h"
 #include "ZipPackage.h"
 
@@ -67,6 +69,21 @@ bool holdsWorkbook(const ZipPackage& package) {
     });
 }
 
+const ZipPackage::Entry* partNamed(const ZipPackage& package, QStringView name) {
+    const ZipPackage::Entry* entry = package.find(name);
+    return entry && isPart(*entry) ? entry : nullptr;
+}
+
+// Reads one of the small parts that the sheet needs, whole, before the sheet.
+template <typename Parser>
+void readPart(const ZipPackage& package, const ZipPackage::Entry* part, Parser& parser) {
+    if (!part)
+        return;
+    const auto reader = package.read(*part);
+    if (!parser.parse(*reader) || reader->failed())
+        throw damaged();
+}
+
 const ZipPackage::Entry* firstWorksheet(const ZipPackage& package) {
     const ZipPackage::Entry* first = nullptr;
     for (const ZipPackage::Entry& entry : package.entries()) {
@@ -81,7 +98,8 @@ const ZipPackage::Entry* firstWorksheet(const ZipPackage& package) {
 // write them) are handed over row by row, padded to the widest row; a sheet out of order is
 // collected first, its cells (not its grid) in memory.
 qint64 streamSheet(const ZipPackage& package, const ZipPackage::Entry& part,
-                   const ScratchFolder& folder, const QStringList& shared, const QString& workbook,
+                   const ScratchFolder& folder, const QStringList& shared, const CellStyles& styles,
+                   bool date1904, const QString& workbook,
                    const std::function<void(const TableRow&)>& onRow) {
     CellSpool spool(folder.filePath(QStringLiteral("cells")));
     // Shared strings used over and over must not fill the disk either.
@@ -90,7 +108,7 @@ qint64 streamSheet(const ZipPackage& package, const ZipPackage::Entry& part,
     int last = -1;
     qint64 filled = 0;
     bool ordered = true;
-    SheetReader sheet(shared, [&](int row, int column, const QString& text) {
+    SheetReader sheet(shared, styles, date1904, [&](int row, int column, const QString& text) {
         width = std::max(width, column + 1);
         ordered = ordered && row >= last;
         last = std::max(last, row);
@@ -167,29 +185,32 @@ qint64 stream(const QString& workbook, const std::function<void(const TableRow&)
     }
     if (!holdsWorkbook(package))
         throw damaged();
-    const ZipPackage::Entry* sharedPart = package.find(u"xl/sharedStrings.xml");
-    if (sharedPart && !isPart(*sharedPart))
-        sharedPart = nullptr;
+    const ZipPackage::Entry* propertiesPart = partNamed(package, u"xl/workbook.xml");
+    const ZipPackage::Entry* stylesPart = partNamed(package, u"xl/styles.xml");
+    const ZipPackage::Entry* sharedPart = partNamed(package, u"xl/sharedStrings.xml");
     const ZipPackage::Entry* sheetPart = firstWorksheet(package);
 
     // The parts are never unpacked to disk, but their text is read, and what the listing
     // promises is checked before: a part that holds more than listed stops being read there.
-    const qint64 unpacked = (sharedPart ? sharedPart->size : 0) + (sheetPart ? sheetPart->size : 0);
+    qint64 unpacked = 0;
+    for (const ZipPackage::Entry* part : {propertiesPart, stylesPart, sharedPart, sheetPart})
+        unpacked += part ? part->size : 0;
     if (unpacked > TableLimits::expansionLimit(package.fileSize()))
         throw packedTooTightly(workbook, DiskSpace::sizeText(unpacked), package.fileSize());
 
+    WorkbookProperties properties;
+    readPart(package, propertiesPart, properties);
+    CellStyles styles;
+    readPart(package, stylesPart, styles);
     SharedStrings shared;
-    if (sharedPart) {
-        const auto reader = package.read(*sharedPart);
-        if (!shared.parse(*reader) || reader->failed())
-            throw damaged();
-    }
+    readPart(package, sharedPart, shared);
     if (!sheetPart)
         return 0;
     const ScratchFolder folder(QStringLiteral("tramix-xlsx-"));
     // The spool holds the cells' texts, about what the sheet's XML holds.
     DiskSpace::require(folder.path(), sheetPart->size);
-    return streamSheet(package, *sheetPart, folder, shared.strings, workbook, onRow);
+    return streamSheet(package, *sheetPart, folder, shared.strings, styles, properties.date1904,
+                       workbook, onRow);
 }
 
 TableGrid read(const QString& workbook) {

@@ -11,11 +11,12 @@
 
 namespace tramix::XLSX {
 
-// The first worksheet as a grid, gaps filled with empty texts. Throws ConversionError "Die
-// Excel-Datei ist beschädigt." when the package or its XML is broken, or a part holds other
-// bytes than its listing says; a sentence of its own when a cell lies outside the limits of a
-// workbook, when the parts would unpack to far more than the file (see TableLimits), or when
-// the grid would be almost all empty fields.
+// The first worksheet as a grid, gaps filled with empty texts, numbers in date and time formats
+// as ISO 8601 text (see SerialDates). Throws ConversionError "Die Excel-Datei ist beschädigt."
+// when the package or its XML is broken, or a part holds other bytes than its listing says; a
+// sentence of its own when a cell lies outside the limits of a workbook, when the parts would
+// unpack to far more than the file (see TableLimits), or when the grid would be almost all empty
+// fields.
 TableGrid read(const QString& workbook);
 
 // Hands the rows that `read` would return to `onRow` one by one, and returns their number.

@@ -38,6 +38,9 @@ QString format(double number) {
 }
 
 bool isNumber(QByteArrayView text) {
+    // A double holds 15 significant decimal digits, and spreadsheet programs show no more: a
+    // longer number (an account or card number, an exact fraction) keeps its digits as text.
+    constexpr int exactDigits = 15;
     qsizetype i = 0;
     const qsizetype size = text.size();
     if (i < size && text[i] == '-')
@@ -47,18 +50,22 @@ bool isNumber(QByteArrayView text) {
     };
     if (!digit(i))
         return false;
+    int significant = 0;
     if (text[i++] != '0') {
-        while (digit(i))
-            ++i;
+        significant = 1;
+        for (; digit(i); ++i)
+            ++significant;
     }
     if (i < size && text[i] == '.') {
         ++i;
         if (!digit(i))
             return false;
-        while (digit(i))
-            ++i;
+        for (; digit(i); ++i) {
+            if (significant > 0 || text[i] != '0')
+                ++significant;
+        }
     }
-    return i == size;
+    return i == size && significant <= exactDigits;
 }
 
 } // namespace tramix::XLSXCells

@@ -14,7 +14,8 @@ QString columnName(int index);
 QString format(double number);
 
 // Whether a cell is written as a number: an optional minus, an integer without leading zeros, an
-// optional fraction ("007" and "1e5" are texts).
+// optional fraction, at most 15 significant digits ("007", "1e5" and "12345678901234567" are
+// texts).
 bool isNumber(QByteArrayView text);
 
 } // namespace tramix::XLSXCells

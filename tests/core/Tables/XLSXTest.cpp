@@ -2,6 +2,7 @@
 
 #include "DiskSpace.h"
 #include "SystemError.h"
+#include "Tables/DateFormats.h"
 #include "Tables/SpreadsheetConverter.h"
 #include "Tables/XLSXCells.h"
 #include "Tables/XLSXWriter.h"
@@ -178,10 +179,13 @@ TEST(XLSX, ColumnNamesAndIndicesAreBijectiveBase26) {
 }
 
 TEST(XLSX, OnlyPlainDecimalsAreStoredAsNumbersAndReadBackShortest) {
-    for (const char* number : {"0", "7", "-12", "-0.5", "3.14159", "100.0"})
+    for (const char* number : {"0", "7", "-12", "-0.5", "3.14159", "100.0", "-100000000000000",
+                               "0.000123456789012345", "12345678901234.5"})
         EXPECT_TRUE(XLSXCells::isNumber(number)) << number;
-    // Excel would drop the zeros or read an exponent, a sign or a comma its own way.
-    for (const char* text : {"", "-", "007", "00", "1e5", "1.", ".5", "+1", "1 ", "1,5", "0x1"})
+    // Excel would drop the zeros, read an exponent, a sign or a comma its own way, or round
+    // away digits past the fifteenth.
+    for (const char* text : {"", "-", "007", "00", "1e5", "1.", ".5", "+1", "1 ", "1,5", "0x1",
+                             "1000000000000000", "-0.1234567890123456", "12345678901234.50"})
         EXPECT_FALSE(XLSXCells::isNumber(text)) << text;
     const std::pair<double, const char*> numbers[] = {{-12, "-12"},
                                                       {0.1, "0.1"},
@@ -192,6 +196,90 @@ TEST(XLSX, OnlyPlainDecimalsAreStoredAsNumbersAndReadBackShortest) {
                                                       {2.5e-7, "2.5e-07"}};
     for (const auto& [number, text] : numbers)
         EXPECT_EQ(XLSXCells::format(number), text);
+}
+
+TEST(XLSX, FormatCodesShowDatesOrTimesByTheirTokensOutsideLiterals) {
+    using Kind = DateFormats::Kind;
+    const std::pair<const char*, Kind> codes[] = {
+        {"yyyy\\-mm\\-dd", Kind::Date},
+        {"[$-407]DD.MM.YYYY;@", Kind::Date},
+        {"mmmm", Kind::Date}, // a month alone
+        {"d\\.m\\.yy\\ h:mm", Kind::DateTime},
+        {"[Blue]hh\"h\"mm", Kind::Time}, // minutes after hours, though apart
+        {"mm:ss.00", Kind::Time},        // minutes before seconds, tenths no number
+        {"h:mm AM/PM", Kind::Time},
+        {"[h]:mm:ss", Kind::Duration},
+        {"[mm]:ss.0", Kind::Duration},
+        {"yyyy-mm-dd;0.00%", Kind::Date}, // the format for positive numbers decides
+        {"0.00%", Kind::Number},
+        {"#,##0", Kind::Number},
+        {"\"km\"0", Kind::Number},
+        {"\"dd.mm.yyyy\"", Kind::Number},
+        {"\\d\\a\\y", Kind::Number},
+        {"[>=100]\"viel\";\"wenig\"", Kind::Number},
+        {"0.00E+00", Kind::Number},
+        {"General", Kind::Number},
+        {"@", Kind::Number},
+    };
+    for (const auto& [code, kind] : codes)
+        EXPECT_EQ(DateFormats::ofCode(QString::fromUtf8(code)), kind) << code;
+}
+
+// Built-in formats and the workbook's own ones, in either date system; percentages and numbers
+// in other styles keep their value, and so does a serial that names no day.
+TEST(XLSX, NumbersInDateAndTimeStylesReadAsISOTextInEitherDateSystem) {
+    test::TestFolder folder;
+    // Cell styles: general, 14 (date), 21 (time), a date and time of the workbook's own, 46
+    // (elapsed hours), 10 (percent), a percentage of its own. The styles that cells inherit
+    // from and the differential formats have formats too, which cells do not show.
+    const QByteArray styles =
+        "<styleSheet><numFmts><numFmt numFmtId=\"164\" formatCode=\"dd/mm/yyyy\\ hh:mm:ss\"/>"
+        "<numFmt numFmtId=\"165\" formatCode=\"0.0%\"/></numFmts>"
+        "<cellStyleXfs><xf numFmtId=\"14\"/></cellStyleXfs><cellXfs><xf/><xf numFmtId=\"14\"/>"
+        "<xf numFmtId=\"21\"/><xf numFmtId=\"164\"/><xf numFmtId=\"46\"/><xf numFmtId=\"10\"/>"
+        "<xf numFmtId=\"165\"/></cellXfs><dxfs><dxf><numFmt numFmtId=\"164\" formatCode=\"0\"/>"
+        "</dxf></dxfs></styleSheet>";
+    struct Case {
+        const char* cell; // attributes and value
+        const char* in1900;
+        const char* in1904;
+    };
+    const Case cases[] = {
+        {"s=\"1\"><v>45420", "2024-05-08", "2028-05-09"},
+        {"s=\"3\"><v>45420.5732638889", "2024-05-08 13:45:30", "2028-05-09 13:45:30"},
+        {"s=\"3\"><v>45420.999999999", "2024-05-09 00:00:00", "2028-05-10 00:00:00"},
+        {"s=\"2\"><v>45420.572916666667", "13:45:00", "13:45:00"},
+        {"s=\"4\"><v>1.52083333333333", "36:30:00", "36:30:00"},
+        {"s=\"1\"><v>1", "1900-01-01", "1904-01-02"},
+        {"s=\"1\"><v>59", "1900-02-28", "1904-02-29"},
+        {"s=\"1\"><v>60", "60", "1904-03-01"},
+        {"s=\"1\"><v>61", "1900-03-01", "1904-03-02"},
+        {"s=\"1\"><v>0", "0", "1904-01-01"},
+        {"s=\"1\"><v>2958465", "9999-12-31", "2958465"},
+        {"s=\"3\"><v>-1", "-1", "-1"},
+        {"s=\"2\"><v>1E300", "1e+300", "1e+300"},
+        {"s=\"5\"><v>0.125", "0.125", "0.125"},
+        {"s=\"6\"><v>0.125", "0.125", "0.125"},
+        {"s=\"0\"><v>45420", "45420", "45420"},
+        {"s=\"9\"><v>45420", "45420", "45420"},
+        {"t=\"str\" s=\"1\"><v>45420", "45420", "45420"},
+    };
+    QByteArray rows;
+    TableGrid in1900, in1904;
+    for (const Case& c : cases) {
+        rows += QByteArray("<row><c ") + c.cell + "</v></c></row>";
+        in1900.append({c.in1900});
+        in1904.append({c.in1904});
+    }
+    for (const char* date1904 : {"false", "1", "true"}) {
+        const QString workbook =
+            handMadeWorkbook(folder, QString(date1904) + ".xlsx",
+                             {{"xl/workbook.xml", QByteArray("<workbook><workbookPr date1904=\"") +
+                                                      date1904 + "\"/></workbook>"},
+                              {"xl/styles.xml", styles},
+                              {"xl/worksheets/sheet1.xml", sheetXML(rows)}});
+        EXPECT_EQ(XLSX::read(workbook), date1904 == QString("false") ? in1900 : in1904) << date1904;
+    }
 }
 
 TEST(XLSX, WrittenWorkbooksReadBackToTheSameGrid) {
@@ -313,9 +401,18 @@ TEST(XLSX, DamagedWorkbooksSaySoAndLeaveNothingBehind) {
         folder, "Geteilt.xlsx",
         {{"xl/sharedStrings.xml", dtd + "<sst><si><t>&a;&a;</t></si></sst>"},
          {"xl/worksheets/sheet1.xml", sheetXML("<row><c t=\"s\"><v>0</v></c></row>")}});
+    const QString styleEntities =
+        handMadeWorkbook(folder, "Stil.xlsx",
+                         {{"xl/styles.xml", dtd + "<styleSheet><numFmts><numFmt numFmtId=\"164\" "
+                                                  "formatCode=\"&a;\"/></numFmts></styleSheet>"},
+                          {"xl/worksheets/sheet1.xml", sheetXML("<row><c><v>1</v></c></row>")}});
+    const QString brokenMain =
+        handMadeWorkbook(folder, "Mappe.xlsx",
+                         {{"xl/workbook.xml", "<workbook><workbookPr date1904=\"1\"></workbook>"},
+                          {"xl/worksheets/sheet1.xml", sheetXML("<row><c><v>1</v></c></row>")}});
 
-    for (const QString& workbook :
-         {notZip, truncated, brokenXML, noWorkbook, lies, badSum, entities, sharedEntities}) {
+    for (const QString& workbook : {notZip, truncated, brokenXML, noWorkbook, lies, badSum,
+                                    entities, sharedEntities, styleEntities, brokenMain}) {
         EXPECT_EQ(errorOf([&] { SpreadsheetConverter::convert(workbook, "csv", {}); }),
                   "Die Excel-Datei ist beschädigt.")
             << workbook.toStdString();
@@ -323,8 +420,9 @@ TEST(XLSX, DamagedWorkbooksSaySoAndLeaveNothingBehind) {
     EXPECT_EQ(folder.names(),
               QStringList({"Ehrlich.xlsx", "Entität.xlsx", "Entität.xlsx.parts", "Fremd.xlsx",
                            "Fremd.xlsx.parts", "Geteilt.xlsx", "Geteilt.xlsx.parts", "Gut.xlsx",
-                           "Halb.xlsx", "Kaputt.xlsx", "Lügt.xlsx", "Prüfsumme.xlsx", "XML.xlsx",
-                           "XML.xlsx.parts", "tmp"}));
+                           "Halb.xlsx", "Kaputt.xlsx", "Lügt.xlsx", "Mappe.xlsx",
+                           "Mappe.xlsx.parts", "Prüfsumme.xlsx", "Stil.xlsx", "Stil.xlsx.parts",
+                           "XML.xlsx", "XML.xlsx.parts", "tmp"}));
     EXPECT_EQ(filesUnder(folder.path("tmp")), QStringList());
 }
 
@@ -484,25 +582,38 @@ TEST(XLSX, LibreOfficeOpensOursAndWeReadLibreOffices) {
         ASSERT_TRUE(office.waitForFinished(120000));
     };
 
-    // Ours, opened by Calc and saved as UTF-8 CSV, gives the grid back.
+    // Ours, made from a CSV, opened by Calc and saved as UTF-8 CSV, gives the grid back, long
+    // numbers with every digit.
     const TableGrid ours = {{"Name", "Menge", "Notiz"},
                             {"Tee & <Kaffee>", "12", "süß, \"scharf\""},
-                            {"Code", "007", ""},
-                            {"", "-0.5", "Ende"}};
-    XLSX::write(ours, folder.path("Ours.xlsx"));
-    convert({"--convert-to", "csv:Text - txt - csv (StarCalc):44,34,76", folder.path("Ours.xlsx")});
+                            {"Code", "007", "123456789012345"},
+                            {"", "-0.5", "Ende"},
+                            {"Konto", "12345678901234567890", "0.12345678901234567"}};
+    const QString csv =
+        folder.file("Ours.csv", SpreadsheetConverter::serialize(ours, u',').toUtf8());
+    const QString xlsx = SpreadsheetConverter::convert(csv, "xlsx", {});
+    EXPECT_TRUE(unzipped(xlsx, "xl/worksheets/sheet1.xml").contains("<v>123456789012345</v>"));
+    convert({"--convert-to", "csv:Text - txt - csv (StarCalc):44,34,76", xlsx});
     EXPECT_EQ(SpreadsheetConverter::read(folder.path("lo/Ours.csv")), ours);
 
-    // Calc's own workbook: shared strings (one repeated), booleans, numbers and gaps.
-    folder.file("Calc.csv", "Name,Aktiv,Menge,,Name\nTee,TRUE,2.5,,\n\nKaffee,FALSE,0.1,,1234567\n"
-                            "Tee,,,x,\n");
-    convert({"--infilter=CSV:44,34,76,1,,1033", "--convert-to", "xlsx", folder.path("Calc.csv")});
+    // Calc's own workbook: shared strings (one repeated), booleans, numbers, gaps, and the
+    // dates, times and percentages that Calc recognizes, as Calc shows them.
+    folder.file("Calc.csv",
+                "Name,Aktiv,Menge,,Name,Datum,Zeit,Termin,Dauer,Anteil\n"
+                "Tee,TRUE,2.5,,,2024-05-08,13:45:00,2024-05-08 13:45:30,36:30:00,12.5%\n"
+                "\n"
+                "Kaffee,FALSE,0.1,,1234567,1999-12-31,23:59:59,2000-02-29 00:00:01,"
+                "00:00:05,100%\n"
+                "Tee,,,x,\n");
+    convert({"--infilter=CSV:44,34,76,1,,1033,false,true", "--convert-to", "xlsx",
+             folder.path("Calc.csv")});
     const QString calc = folder.path("lo/Calc.xlsx");
     ASSERT_TRUE(unzipped(calc, "xl/sharedStrings.xml").contains("Kaffee"));
     ASSERT_TRUE(unzipped(calc, "xl/worksheets/sheet1.xml").contains("t=\"b\""));
-    EXPECT_EQ(XLSX::read(calc), TableGrid({{"Name", "Aktiv", "Menge", "", "Name"},
-                                           {"Tee", "WAHR", "2.5", "", ""},
-                                           {"", "", "", "", ""},
-                                           {"Kaffee", "FALSCH", "0.1", "", "1234567"},
-                                           {"Tee", "", "", "x", ""}}));
+    EXPECT_EQ(test::readBytes(SpreadsheetConverter::convert(calc, "csv", {})),
+              "Name,Aktiv,Menge,,Name,Datum,Zeit,Termin,Dauer,Anteil\n"
+              "Tee,WAHR,2.5,,,2024-05-08,13:45:00,2024-05-08 13:45:30,36:30:00,0.125\n"
+              ",,,,,,,,,\n"
+              "Kaffee,FALSCH,0.1,,1234567,1999-12-31,23:59:59,2000-02-29 00:00:01,00:00:05,1\n"
+              "Tee,,,x,,,,,,\n");
 }
