@@ -1,5 +1,6 @@
 #include "AppDelegate.h"
 
+#include "Actions/FileActions.h"
 #include "Catalogue/OperationRegistry.h"
 #include "ConversionError.h"
 #include "Design/AppIcon.h"
@@ -32,7 +33,8 @@ AppDelegate::AppDelegate(AppSettings& settings, History& history, QObject* paren
     , settings_(settings)
     , history_(history)
     , monitor_(Desktop::createInput())
-    , jobs_(settings, history) {}
+    , jobs_(settings, history)
+    , desktop_(FileActions::handlers()) {}
 
 AppDelegate::~AppDelegate() = default;
 
