@@ -10,8 +10,11 @@
 #include "app/Settings/ScratchLog.h"
 
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRect>
 #include <QSettings>
+#include <QUrl>
 #include <gtest/gtest.h>
 
 using namespace tramix;
@@ -107,29 +110,29 @@ protected:
             .toInt();
     }
 
-    // Drags `files` from a Qt source, taps Shift and drops on the PNG segment.
-    void dropOnPNG(const QStringList& files) {
-        const QList<FileOperation> operations = OperationRegistry::convertOperations(files);
-        const qsizetype index = ids(operations).indexOf("convert.image.png");
+    // Drags `files` from a source, taps the key of `mode` and drops on the segment of `id`.
+    void dropOn(const QStringList& files, WheelMode mode, const QString& id,
+                SourceKit kit = SourceKit::qt) {
+        const QList<FileOperation> operations = OperationRegistry::operations(mode, files);
+        const qsizetype index = ids(operations).indexOf(id);
         ASSERT_GE(index, 0);
         ASSERT_LT(index, WheelGeometry::operationsPerPage);
         const QPoint target = segmentPoint(
             open, int(index),
             WheelGeometry::slots(
                 int(std::min<qsizetype>(operations.size(), WheelGeometry::operationsPerPage))));
-
-        Source source = startSource(SourceKit::qt, files);
+        Source source = startSource(kit, files);
         ASSERT_TRUE(beginDrag(input, source, open, [this] {
             return !waitForLog(QStringLiteral("Maustaste gedrückt")).isEmpty();
         }));
         waitForLog(QStringLiteral("Datei-Drag erkannt"));
-        input.tap({"Shift_L"});
-        waitForLog(QStringLiteral("Rad convert mit"));
+        input.tap({mode == WheelMode::actions ? "Control_L" : "Shift_L"});
+        waitForLog(QStringLiteral("Rad %1 mit").arg(mode.rawValue()));
         input.glide(open, target, 5);
         ASSERT_TRUE(waitUntilAccepted(source));
         input.button(false);
         // The source must live until it has handed over the drop.
-        waitForLog(QStringLiteral("Drop auf convert.image.png"));
+        waitForLog(QStringLiteral("Drop auf ") + id);
     }
 
     TestFolder folder;
@@ -194,7 +197,7 @@ TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses)
     ChildProcess app(TRAMIX_BINARY, {});
     waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
 
-    dropOnPNG({photo});
+    dropOn({photo}, WheelMode::convert, "convert.image.png");
     EXPECT_EQ(waitForLog(QStringLiteral("Toast: Fertig in")).section(" · ", 1),
               QStringLiteral("Urlaub.png"));
     EXPECT_EQ(waitForLog(QStringLiteral("Verlauf: ")), QStringLiteral("Verlauf: PNG"));
@@ -205,7 +208,7 @@ TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses)
     // One damaged file of two: its own sentence, the good result, and no count.
     const QString good = saveImage(photoLike(320, 240), folder.path("Strand.jpg"), "[Q=90]");
     const QString broken = folder.file("kaputt.jpg", "not a JPEG at all");
-    dropOnPNG({good, broken});
+    dropOn({good, broken}, WheelMode::convert, "convert.image.png");
     const QString failed = waitForLog(QStringLiteral("Toast: Fehlgeschlagen"));
     EXPECT_TRUE(failed.contains(QStringLiteral("„kaputt.jpg“"))) << failed.toStdString();
     EXPECT_EQ(waitForLog(QStringLiteral("Verlauf: ")),
@@ -213,4 +216,43 @@ TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses)
     EXPECT_TRUE(QFileInfo::exists(folder.path("Strand.png")));
     EXPECT_FALSE(QFileInfo::exists(folder.path("kaputt.png")));
     EXPECT_EQ(total(), 1);
+}
+
+// What a user pastes after dropping files on KOPIEREN or PFAD, from a Qt and a GTK drag.
+TEST_F(TrayEndToEnd, CopyAndPathPutTheDraggedFilesOnTheClipboard) {
+    const QStringList files = {folder.file("Urlaub am Meer.png"), folder.file("b.pdf"),
+                               folder.file("c d.txt")};
+    ChildProcess app(TRAMIX_BINARY, {});
+    waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
+    // The clipboard as another application pastes it, once it offers `format` (or, with `!`
+    // in front, once it no longer does).
+    const auto pasted = [](const QString& format) {
+        QJsonObject offered;
+        waitUntil([&] {
+            QProcess reader;
+            reader.start(QStringLiteral(CLIPBOARD_READER_BINARY));
+            reader.waitForFinished(startDeadlineMs);
+            offered = QJsonDocument::fromJson(reader.readAllStandardOutput()).object();
+            return format.startsWith(u'!') ? !offered.contains(format.mid(1))
+                                           : offered.contains(format);
+        });
+        return offered;
+    };
+    const QString uris = [&] {
+        QStringList list;
+        for (const QString& file : files)
+            list.append(QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded));
+        return list.join("\r\n") + "\r\n";
+    }();
+    for (const SourceKit kit : {SourceKit::qt, SourceKit::gtk}) {
+        dropOn(files, WheelMode::actions, "action.copy", kit);
+        const QJsonObject offered = pasted("x-special/gnome-copied-files");
+        EXPECT_EQ(offered["text/uri-list"].toString(), uris);
+        EXPECT_EQ(offered["x-special/gnome-copied-files"].toString(),
+                  "copy\n" + uris.trimmed().split("\r\n").join('\n'));
+        dropOn(files, WheelMode::actions, "action.path", kit);
+        const QJsonObject paths = pasted("!text/uri-list");
+        EXPECT_FALSE(paths.contains("x-special/gnome-copied-files"));
+        EXPECT_EQ(paths["text/plain"].toString(), files.join('\n'));
+    }
 }
