@@ -6,6 +6,7 @@
 #include "Design/AppIcon.h"
 #include "Design/TrayIcon.h"
 #include "Drag/WheelWiring.h"
+#include "Editors/EditorWindows.h"
 #include "Leftovers.h"
 #include "Settings/AppSettings.h"
 #include "Settings/DebugLog.h"
@@ -55,6 +56,11 @@ void AppDelegate::start() {
     WheelWiring::connect(monitor_, wheel_, bindings());
     wheel_.onDrop = [this](const FileOperation& operation, const QStringList& paths, QPoint at) {
         jobs_.run(operation, paths, at);
+    };
+    EditorWindows& editors = EditorWindows::shared();
+    editors.context = [this] { return jobs_.context(); };
+    editors.onResult = [this](const QString& title, const QStringList& outputs, QPoint near) {
+        jobs_.finished(title, outputs, near);
     };
     // The first wheel should open within a frame of its key: build the panel now, and let the
     // catalogue start libvips once the event loop runs.
@@ -112,7 +118,11 @@ WheelBindings AppDelegate::bindings() const {
     return {[this](ModifierKey key) { return settings_.mode(key); },
             [this] { return settings_.activation(); },
             [this](WheelMode mode, const QStringList& paths) {
-                return OperationRegistry::operations(mode, paths, &desktop_);
+                QList<FileOperation> operations =
+                    OperationRegistry::operations(mode, paths, &desktop_);
+                if (mode == WheelMode::tools)
+                    return EditorWindows::shared().tools(paths, std::move(operations));
+                return operations;
             }};
 }
 

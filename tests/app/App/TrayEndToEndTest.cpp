@@ -4,6 +4,8 @@
 // and the count.
 #include "Catalogue/OperationRegistry.h"
 #include "Drag/WheelGeometry.h"
+#include "Editors/EditorWindows.h"
+#include "Settings/UILanguage.h"
 #include "TestFiles.h"
 #include "TestImages.h"
 #include "app/Drag/DragHarness.h"
@@ -113,7 +115,9 @@ protected:
     // Drags `files` from a source, taps the key of `mode` and drops on the segment of `id`.
     void dropOn(const QStringList& files, WheelMode mode, const QString& id,
                 SourceKit kit = SourceKit::qt) {
-        const QList<FileOperation> operations = OperationRegistry::operations(mode, files);
+        QList<FileOperation> operations = OperationRegistry::operations(mode, files);
+        if (mode == WheelMode::tools)
+            operations = EditorWindows::shared().tools(files, operations);
         const qsizetype index = ids(operations).indexOf(id);
         ASSERT_GE(index, 0);
         ASSERT_LT(index, WheelGeometry::operationsPerPage);
@@ -126,7 +130,9 @@ protected:
             return !waitForLog(QStringLiteral("Maustaste gedrückt")).isEmpty();
         }));
         waitForLog(QStringLiteral("Datei-Drag erkannt"));
-        input.tap({mode == WheelMode::actions ? "Control_L" : "Shift_L"});
+        input.tap({mode == WheelMode::actions ? "Control_L"
+                   : mode == WheelMode::tools ? "Super_L"
+                                              : "Shift_L"});
         waitForLog(QStringLiteral("Rad %1 mit").arg(mode.rawValue()));
         input.glide(open, target, 5);
         ASSERT_TRUE(waitUntilAccepted(source));
@@ -141,6 +147,18 @@ protected:
     qsizetype read = 0;
     const QPoint open{700, 500};
 };
+
+// Waits for the app's window titled `title`, puts the pointer on it and gives it the keyboard;
+// false when none appears.
+bool focusWindow(const QString& title) {
+    QString id;
+    waitUntil([&] {
+        id = xdotoolSearch({"--name", QStringLiteral("^%1$").arg(title)}).section('\n', 0, 0);
+        return !id.isEmpty();
+    });
+    return !id.isEmpty() && xdotool({"mousemove", "--window", id, "200", "150"}) &&
+           xdotool({"windowfocus", "--sync", id});
+}
 
 using TrayApp = TrayEndToEnd;
 
@@ -255,4 +273,55 @@ TEST_F(TrayEndToEnd, CopyAndPathPutTheDraggedFilesOnTheClipboard) {
         EXPECT_FALSE(paths.contains("x-special/gnome-copied-files"));
         EXPECT_EQ(paths["text/plain"].toString(), files.join('\n'));
     }
+}
+
+// The editors a tool opens: a crop to 1:1 of the first of two photos, the second skipped; a
+// preset backdrop for both at once. Each reports like a job: the toast and the history.
+TEST_F(TrayEndToEnd, TheCropAndBackdropEditorsWriteWhatWasChosenAndReportIt) {
+    const QStringList photos = {saveImage(photoLike(400, 300), folder.path("Berg.jpg"), "[Q=90]"),
+                                saveImage(photoLike(320, 240), folder.path("See.jpg"), "[Q=90]")};
+    ChildProcess app(TRAMIX_BINARY, {});
+    waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
+
+    dropOn(photos, WheelMode::tools, "tool.image.crop");
+    const QString cropTitle = UILanguage::text("Zuschneiden", "Crop");
+    ASSERT_TRUE(focusWindow(cropTitle));
+    waitForLog(QStringLiteral("Editor: „Berg.jpg“ bereit"));
+    input.tap({"3"}); // 1:1
+    input.tap({"Return"});
+    waitForLog(QStringLiteral("Editor: „Berg zugeschnitten.jpg“ geschrieben"));
+    waitForLog(QStringLiteral("Editor: „See.jpg“ bereit"));
+    input.keys({"Control_L", "Right"}, true);
+    input.keys({"Right", "Control_L"}, false);
+    const QString cropped = UILanguage::text("Zugeschnitten", "Cropped");
+    EXPECT_EQ(waitForLog(QStringLiteral("Toast: ")),
+              "Toast: " + cropped + QStringLiteral(" · Berg zugeschnitten.jpg"));
+    EXPECT_EQ(waitForLog(QStringLiteral("Verlauf: ")), "Verlauf: " + cropped);
+    EXPECT_EQ(sizeOf(folder.path("Berg zugeschnitten.jpg")), "300 x 300");
+    EXPECT_FALSE(QFileInfo::exists(folder.path("See zugeschnitten.jpg")));
+    EXPECT_TRUE(waitUntil([&] {
+        return xdotoolSearch({"--name", "^" + cropTitle + "$"}).isEmpty();
+    }));
+
+    dropOn(photos, WheelMode::tools, "tool.image.backdrop");
+    ASSERT_TRUE(focusWindow(UILanguage::text("Hintergrund", "Background")));
+    waitForLog(QStringLiteral("Editor: „Berg.jpg“ bereit"));
+    input.tap({"2"}); // the second preset, "Wiese"
+    input.keys({"Control_L", "Return"}, true);
+    input.keys({"Return", "Control_L"}, false);
+    const QString styled = UILanguage::text("2 Bilder gestaltet", "2 images styled");
+    EXPECT_EQ(waitForLog(QStringLiteral("Toast: ")).section(" · ", 0, 0), "Toast: " + styled);
+    EXPECT_EQ(waitForLog(QStringLiteral("Verlauf: ")), "Verlauf: " + styled);
+    for (const QString name : {"Berg mit Hintergrund.png", "See mit Hintergrund.png"}) {
+        const QString written = folder.path(name);
+        ASSERT_TRUE(QFileInfo::exists(written)) << name.toStdString();
+        // The meadow runs from light at the top to green at the bottom.
+        const Colour top = pixelAt(written, openImage(written).width() / 2, 0);
+        EXPECT_TRUE(isNear(top, {0xF3, 0xF7, 0xD9}, 6)) << name.toStdString();
+    }
+    // The next session starts with the style used last.
+    EXPECT_EQ(QSettings(folder.path("config/Tramix/Backdrop.ini"), QSettings::IniFormat)
+                  .value("fill")
+                  .toString(),
+              "gradient:meadow");
 }
