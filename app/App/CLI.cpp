@@ -8,6 +8,8 @@
 #include "Drag/WheelModel.h"
 #include "Drag/WheelView.h"
 #include "DurationText.h"
+#include "Editors/EditorRendering.h"
+#include "Editors/EditorWindows.h"
 #include "HelpText.h"
 #include "JobRunner.h"
 #include "Leftovers.h"
@@ -159,7 +161,10 @@ void writeWheel(WheelMode mode, const QStringList& paths, const QString& output,
     WheelModel model;
     model.setMode(mode);
     model.setKey(keys.value(mode, ModifierKey::shift));
-    model.setOperations(OperationRegistry::operations(mode, paths));
+    QList<FileOperation> operations = OperationRegistry::operations(mode, paths);
+    if (mode == WheelMode::tools)
+        operations = EditorWindows::shared().tools(paths, std::move(operations));
+    model.setOperations(operations);
     model.setFileLabel(WheelModel::labelForFiles(paths));
     model.setVisible(true);
     writeImage(WheelView::render(model, dark), output);
@@ -188,10 +193,17 @@ void renderEditor(const QStringList& args, QTextStream&) {
     const QString& art = args[1];
     if (!CommandTable::editorArts().contains(art))
         fail(QStringLiteral("Unbekannter Editor %1").arg(art));
-    if (!art.endsWith(u"-wheel"))
-        cannotDrawYet(QStringLiteral("Editor %1").arg(art));
     QStringList files = args.mid(3);
     const bool dark = files.removeAll(QStringLiteral("dark")) > 0;
+    if (art == u"crop" || art == u"backdrop") {
+        const QStringList paths = filePaths(files);
+        writeImage(art == u"crop" ? EditorRendering::crop(paths, dark)
+                                  : EditorRendering::backdrop(paths, dark),
+                   args[2]);
+        return;
+    }
+    if (!art.endsWith(u"-wheel"))
+        cannotDrawYet(QStringLiteral("Editor %1").arg(art));
     const WheelMode mode = *WheelMode::fromRawValue(QStringView(art).chopped(6));
     writeWheel(mode, filePaths(files), args[2], dark);
 }

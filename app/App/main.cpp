@@ -64,9 +64,10 @@ int main(int argc, char** argv) {
         return runTrayApp(argc, argv);
     QTextStream out(stdout);
     if (draws(arguments[1])) {
-        // Drawings need fonts and a paint engine, but never a screen.
+        // Drawings need fonts and a paint engine (and widgets, for the editors), but never a
+        // screen.
         qputenv("QT_QPA_PLATFORM", "offscreen");
-        QGuiApplication app(argc, argv);
+        QApplication app(argc, argv);
         return tramix::CLI::run(arguments.mid(1), out);
     }
     // No windowing system is needed to list or run operations.

@@ -222,7 +222,8 @@ QSlider* BackdropEditorView::slider(int most, const QString& name) {
     return slider;
 }
 
-BackdropEditorView::BackdropEditorView(BackdropModel& model, QWidget* parent)
+BackdropEditorView::BackdropEditorView(BackdropModel& model, std::optional<bool> dark,
+                                       QWidget* parent)
     : QWidget(parent)
     , model_(model)
     , preview_(new PreviewArea(model, this))
@@ -347,7 +348,8 @@ BackdropEditorView::BackdropEditorView(BackdropModel& model, QWidget* parent)
     connect(new QShortcut(QKeySequence(Qt::Key_Escape), this), &QShortcut::activated, this,
             &BackdropEditorView::cancelled);
     connect(&model_, &BackdropModel::changed, this, &BackdropEditorView::refresh);
-    applyTheme(Theme::isDark(QGuiApplication::palette()));
+    fixedScheme_ = dark.has_value();
+    applyTheme(dark.value_or(Theme::isDark(QGuiApplication::palette())));
     refresh();
 }
 
@@ -361,11 +363,6 @@ void BackdropEditorView::changeEvent(QEvent* event) {
     if (event->type() == QEvent::ApplicationPaletteChange && !fixedScheme_)
         applyTheme(Theme::isDark(QGuiApplication::palette()));
     QWidget::changeEvent(event);
-}
-
-void BackdropEditorView::setDark(bool dark) {
-    fixedScheme_ = true;
-    applyTheme(dark);
 }
 
 void BackdropEditorView::applyTheme(bool dark) {

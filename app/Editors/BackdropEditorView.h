@@ -9,6 +9,7 @@
 #include <QButtonGroup>
 #include <QList>
 #include <QWidget>
+#include <optional>
 
 class QLabel;
 class QPushButton;
@@ -19,15 +20,14 @@ namespace tramix {
 class BackdropEditorView : public QWidget {
     Q_OBJECT
 public:
-    explicit BackdropEditorView(BackdropModel& model, QWidget* parent = nullptr);
+    // Light or dark as `dark` says; without it, as the application's palette is, following it.
+    explicit BackdropEditorView(BackdropModel& model, std::optional<bool> dark = std::nullopt,
+                                QWidget* parent = nullptr);
 
     // The fills offered, in the order of their swatches.
     static QList<BackdropStyle::Fill> fills();
     // The canvas formats offered: free, 1:1, 4:3, 16:9, 9:16.
     static QList<std::optional<double>> aspects();
-
-    // Light or dark; follows the application's palette until set here.
-    void setDark(bool dark);
 
 Q_SIGNALS:
     void cancelled();

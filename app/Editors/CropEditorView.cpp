@@ -23,7 +23,7 @@ QString tr2(const char* german, const char* english) {
 
 } // namespace
 
-CropEditorView::CropEditorView(CropModel& model, QWidget* parent)
+CropEditorView::CropEditorView(CropModel& model, std::optional<bool> dark, QWidget* parent)
     : QWidget(parent)
     , model_(model)
     , canvas_(new CropCanvas(model, this))
@@ -105,7 +105,8 @@ CropEditorView::CropEditorView(CropModel& model, QWidget* parent)
     connect(new QShortcut(QKeySequence(Qt::Key_Escape), this), &QShortcut::activated, this,
             &CropEditorView::cancelled);
     connect(&model_, &CropModel::changed, this, &CropEditorView::refresh);
-    applyTheme(Theme::isDark(QGuiApplication::palette()));
+    fixedScheme_ = dark.has_value();
+    applyTheme(dark.value_or(Theme::isDark(QGuiApplication::palette())));
     refresh();
 }
 
@@ -113,11 +114,6 @@ void CropEditorView::changeEvent(QEvent* event) {
     if (event->type() == QEvent::ApplicationPaletteChange && !fixedScheme_)
         applyTheme(Theme::isDark(QGuiApplication::palette()));
     QWidget::changeEvent(event);
-}
-
-void CropEditorView::setDark(bool dark) {
-    fixedScheme_ = true;
-    applyTheme(dark);
 }
 
 void CropEditorView::applyTheme(bool dark) {

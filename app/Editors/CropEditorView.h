@@ -7,6 +7,7 @@
 
 #include <QButtonGroup>
 #include <QWidget>
+#include <optional>
 
 class QLabel;
 class QPushButton;
@@ -18,12 +19,11 @@ class CropCanvas;
 class CropEditorView : public QWidget {
     Q_OBJECT
 public:
-    explicit CropEditorView(CropModel& model, QWidget* parent = nullptr);
+    // Light or dark as `dark` says; without it, as the application's palette is, following it.
+    explicit CropEditorView(CropModel& model, std::optional<bool> dark = std::nullopt,
+                            QWidget* parent = nullptr);
 
     CropCanvas& canvas() { return *canvas_; }
-
-    // Light or dark; follows the application's palette until set here.
-    void setDark(bool dark);
 
 Q_SIGNALS:
     void cancelled();

@@ -52,7 +52,7 @@ QPushButton[role="segment"] {
     background: transparent; border-radius: 6px; padding: 4px 8px; min-width: 22px;
 }
 QPushButton[role="segment"]:hover { background: %8; }
-QPushButton[role="segment"]:checked { background: %5; color: %2; font-weight: 600; }
+QPushButton[role="segment"]:checked { background: %5; color: %2; }
 QPushButton[role="segment"]:focus { border: 1px solid %11; padding: 3px 7px; }
 QWidget[role="segments"] { background: %7; border-radius: 8px; }
 QPushButton[role="symbol"] { padding: 6px; min-width: 20px; }

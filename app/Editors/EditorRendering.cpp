@@ -99,8 +99,7 @@ template <typename Model, typename Ready> bool waitFor(Model& model, Ready ready
     return ready();
 }
 
-template <typename View> QImage grab(View& view, bool dark) {
-    view.setDark(dark);
+QImage grab(QWidget& view) {
     view.setAttribute(Qt::WA_DontShowOnScreen);
     view.resize(size);
     view.show();
@@ -133,8 +132,8 @@ QImage crop(const QStringList& paths, bool dark) {
     model.setAspect(CropAspect::fourThree);
     const QRectF start = model.rect();
     model.resize(start, CropModel::Corner::topLeft, {0.12, 0.1});
-    CropEditorView view(model);
-    return grab(view, dark);
+    CropEditorView view(model, dark);
+    return grab(view);
 }
 
 QImage backdrop(const QStringList& paths, bool dark) {
@@ -146,8 +145,8 @@ QImage backdrop(const QStringList& paths, bool dark) {
     if (!waitFor(model, [&] { return !model.loading() && !model.preview().isNull(); }) &&
         model.preview().isNull())
         return {};
-    BackdropEditorView view(model);
-    return grab(view, dark);
+    BackdropEditorView view(model, dark);
+    return grab(view);
 }
 
 } // namespace tramix::EditorRendering

@@ -101,7 +101,7 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
     // Renderings of the other platforms check their arguments, then say they are not built.
     TestFolder folder;
     const QString unwritten = folder.path("never-written.png");
-    QList<QStringList> renderings = {{"--render-editor", "crop", unwritten, "a.jpg"}};
+    QList<QStringList> renderings = {{"--render-editor", "pdf-split", unwritten, "a.pdf"}};
     for (const char* command : {"--render-scene", "--render-og", "--render-shelf",
                                 "--render-dmg-background", "--render-welcome", "--render-settings"})
         renderings.append({command, unwritten});
