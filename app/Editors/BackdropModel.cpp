@@ -4,6 +4,7 @@
 #include "BackgroundWork.h"
 #include "Image/Backdrop.h"
 #include "Image/ImageEditing.h"
+#include "ImageProgress.h"
 #include "PreviewImage.h"
 #include "Settings/DebugLog.h"
 #include "Settings/UILanguage.h"
@@ -42,12 +43,7 @@ BackdropModel::BackdropModel(QStringList urls, std::function<OutputContext()> co
 BackdropModel::~BackdropModel() = default;
 
 std::optional<QString> BackdropModel::progress() const {
-    if (urls_.size() < 2)
-        return std::nullopt;
-    const int shown = std::min(index_, int(urls_.size()) - 1) + 1;
-    return UILanguage::text(QStringLiteral("Bild %1 von %2"), QStringLiteral("Image %1 of %2"))
-        .arg(shown)
-        .arg(urls_.size());
+    return imageProgress(index_, urls_.size());
 }
 
 void BackdropModel::setStyle(const BackdropStyle& style) {

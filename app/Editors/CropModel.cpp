@@ -2,6 +2,7 @@
 
 #include "BackgroundWork.h"
 #include "Image/ImageEditing.h"
+#include "ImageProgress.h"
 #include "PreviewImage.h"
 #include "Settings/DebugLog.h"
 #include "Settings/UILanguage.h"
@@ -32,12 +33,7 @@ CropModel::CropModel(QStringList urls, std::function<OutputContext()> context, Q
 CropModel::~CropModel() = default;
 
 std::optional<QString> CropModel::progress() const {
-    if (urls_.size() < 2)
-        return std::nullopt;
-    const int shown = std::min(index_, int(urls_.size()) - 1) + 1;
-    return UILanguage::text(QStringLiteral("Bild %1 von %2"), QStringLiteral("Image %1 of %2"))
-        .arg(shown)
-        .arg(urls_.size());
+    return imageProgress(index_, urls_.size());
 }
 
 QSize CropModel::cropPixels() const {
