@@ -698,9 +698,10 @@ void ShelfView::setHovered(std::optional<Spot> spot) {
     if (spot == look_.hovered)
         return;
     look_.hovered = spot;
-    const bool handle = spot && spot->kind == Spot::header;
-    const bool clickable = spot && spot->kind != Spot::row;
-    setCursor(handle ? Qt::OpenHandCursor : clickable ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    // What is dragged shows an open hand; what is clicked, a pointing one.
+    const bool dragged = spot && (spot->kind == Spot::header || spot->kind == Spot::dragAll);
+    const bool clicked = spot && spot->kind != Spot::row && !dragged;
+    setCursor(dragged ? Qt::OpenHandCursor : clicked ? Qt::PointingHandCursor : Qt::ArrowCursor);
     update();
 }
 
