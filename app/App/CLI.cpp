@@ -16,6 +16,8 @@
 #include "Settings/AppSettings.h"
 #include "Settings/History.h"
 #include "Settings/UILanguage.h"
+#include "Shelf/ShelfSamples.h"
+#include "Shelf/ShelfView.h"
 #include "UI/MenuView.h"
 
 #include <QDir>
@@ -150,6 +152,18 @@ void renderMenu(const QStringList& args, QTextStream&) {
     writeImage(MenuView::render(sampleMenu(), schemeIsDark(args)), output);
 }
 
+// The shelf with a few parked files made for the picture in a scratch folder, one of them gone
+// since; nothing of the user's own shelf is read.
+void renderShelf(const QStringList& args, QTextStream&) {
+    const QString& output = outputPath(args);
+    const QTemporaryDir scratch;
+    const QList<ShelfView::Row> rows =
+        scratch.isValid() ? ShelfSamples::rows(scratch.path()) : QList<ShelfView::Row>();
+    if (rows.isEmpty())
+        fail(QStringLiteral("Rendern fehlgeschlagen."));
+    writeImage(ShelfView::render(rows, schemeIsDark(args)), output);
+}
+
 bool wantsDark(const QStringList& args) {
     return args.contains(QStringLiteral("dark"));
 }
@@ -233,7 +247,7 @@ Command handler(CommandId id) {
     case CommandId::renderOg:
         return renderWithPath(QStringLiteral("Social-Card"));
     case CommandId::renderShelf:
-        return renderWithPath(QStringLiteral("Ablage"));
+        return renderShelf;
     case CommandId::renderMenubarIcon:
         return renderMenubarIcon;
     case CommandId::renderMenu:

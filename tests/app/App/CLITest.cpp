@@ -87,6 +87,7 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
         {{"--HELP"}, "Fehler: Unbekannter Befehl --HELP"},
         {{"--render-icon"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-menu"}, "Fehler: Ausgabepfad fehlt."},
+        {{"--render-shelf"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-menubar-icon"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-wheel", "tools"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-editor", "crop"}, "Fehler: --render-editor <art> out.png dateien… [dark]"},
@@ -102,8 +103,8 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
     TestFolder folder;
     const QString unwritten = folder.path("never-written.png");
     QList<QStringList> renderings = {{"--render-editor", "pdf-split", unwritten, "a.pdf"}};
-    for (const char* command : {"--render-scene", "--render-og", "--render-shelf",
-                                "--render-dmg-background", "--render-welcome", "--render-settings"})
+    for (const char* command : {"--render-scene", "--render-og", "--render-dmg-background",
+                                "--render-welcome", "--render-settings"})
         renderings.append({command, unwritten});
     for (const QStringList& args : renderings) {
         const auto result = runTramix(args);
