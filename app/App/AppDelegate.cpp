@@ -2,7 +2,6 @@
 
 #include "Actions/FileActions.h"
 #include "Catalogue/OperationRegistry.h"
-#include "ConversionError.h"
 #include "Design/AppIcon.h"
 #include "Design/TrayIcon.h"
 #include "Drag/WheelWiring.h"
@@ -12,6 +11,7 @@
 #include "Settings/DebugLog.h"
 #include "Settings/History.h"
 #include "Settings/UILanguage.h"
+#include "Shelf/FloatShelfController.h"
 #include "Text/VisionTools.h"
 #include "UI/FileReveal.h"
 #include "UI/MenuView.h"
@@ -35,7 +35,9 @@ AppDelegate::AppDelegate(AppSettings& settings, History& history, QObject* paren
     , history_(history)
     , monitor_(Desktop::createInput())
     , jobs_(settings, history)
-    , desktop_(FileActions::handlers()) {}
+    , desktop_(FileActions::handlers()) {
+    desktop_.shelve = [this](const QStringList& paths) { shelf_.show(QCursor::pos(), paths); };
+}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -52,6 +54,7 @@ void AppDelegate::start() {
         [](const QString& text) { QApplication::clipboard()->setText(text); });
 
     monitor_.log = DebugLog::write;
+    shelf_.log = DebugLog::write;
     wheel_.log = DebugLog::write;
     WheelWiring::connect(monitor_, wheel_, bindings());
     wheel_.onDrop = [this](const FileOperation& operation, const QStringList& paths, QPoint at) {
@@ -88,9 +91,7 @@ void AppDelegate::setUpStatusItem() {
     view->openShelf = [this] {
         const QPoint at = menu_->geometry().center();
         menu_->close();
-        jobs_.toast().show(ToastModel::State::makeFailed(describeError(
-                               ConversionError::unsupported(QStringLiteral("Schwebende Ablage")))),
-                           at);
+        shelf_.show(at);
     };
     // The press on the icon that closed the open menu must not open it again on release.
     menu_->onOutsidePress = [this](QPoint at) {

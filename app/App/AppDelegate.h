@@ -8,6 +8,7 @@
 #include "Drag/WheelWiring.h"
 #include "Jobs/JobCenter.h"
 #include "Settings/ModifierKey.h"
+#include "Shelf/FloatShelfController.h"
 
 #include <QElapsedTimer>
 #include <QMenu>
@@ -35,6 +36,7 @@ public:
     DragMonitor& monitor() { return monitor_; }
     WheelController& wheel() { return wheel_; }
     JobCenter& jobs() { return jobs_; }
+    FloatShelfController& shelf() { return shelf_; }
     StatusMenuPanel& menu() { return *menu_; }
 
     // A modifier key went down during a file drag: opens the wheel bound to it, if any.
@@ -53,6 +55,8 @@ private:
     DragMonitor monitor_;
     WheelController wheel_;
     JobCenter jobs_;
+    // Files parked for later; the list outlives the panel and the app.
+    FloatShelfController shelf_;
     // What the actions do on this desktop; an action without a handler says it is not built.
     DesktopHandlers desktop_;
     QMenu trayMenu_;

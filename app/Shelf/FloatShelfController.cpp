@@ -157,13 +157,13 @@ void FloatShelfController::show(QPoint near, const QStringList& paths) {
     }
     resizePanel();
     awaitingPaint_ = true;
-    panel_->orderFront(panelOrigin(near, panel_->size(), availableAt(near)));
+    panel_->showAt(panelOrigin(near, panel_->size(), availableAt(near)));
 }
 
 void FloatShelfController::hide() {
     if (panel_ && panel_->isVisible()) {
         write(QStringLiteral("Ablage geschlossen"));
-        panel_->orderOut();
+        panel_->hide();
     }
 }
 

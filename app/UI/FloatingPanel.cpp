@@ -36,14 +36,10 @@ void FloatingPanel::setShape(const QRegion& region) {
         setMask(region);
 }
 
-void FloatingPanel::orderFront(QPoint origin) {
+void FloatingPanel::showAt(QPoint origin) {
     move(origin);
     show();
     raise();
-}
-
-void FloatingPanel::orderOut() {
-    hide();
 }
 
 } // namespace tramix

@@ -25,8 +25,7 @@ public:
 
     // Shows the panel at `origin` and raises it: without a window manager nothing else keeps it
     // on top.
-    void orderFront(QPoint origin);
-    void orderOut();
+    void showAt(QPoint origin);
 
 private:
     bool translucent_ = false;

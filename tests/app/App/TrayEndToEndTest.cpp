@@ -236,8 +236,9 @@ TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses)
     EXPECT_EQ(total(), 1);
 }
 
-// What a user pastes after dropping files on KOPIEREN or PFAD, from a Qt and a GTK drag.
-TEST_F(TrayEndToEnd, CopyAndPathPutTheDraggedFilesOnTheClipboard) {
+// What a user pastes after dropping files on KOPIEREN or PFAD, from a Qt and a GTK drag; FLOAT
+// parks them on the shelf where they were dropped.
+TEST_F(TrayEndToEnd, CopyPathAndFloatTakeTheDraggedFiles) {
     const QStringList files = {folder.file("Urlaub am Meer.png"), folder.file("b.pdf"),
                                folder.file("c d.txt")};
     ChildProcess app(TRAMIX_BINARY, {});
@@ -273,6 +274,18 @@ TEST_F(TrayEndToEnd, CopyAndPathPutTheDraggedFilesOnTheClipboard) {
         EXPECT_FALSE(paths.contains("x-special/gnome-copied-files"));
         EXPECT_EQ(paths["text/plain"].toString(), files.join('\n'));
     }
+    dropOn(files, WheelMode::actions, "action.float");
+    const QList<FileOperation> actions = OperationRegistry::operations(WheelMode::actions, files);
+    const QPoint dropped = segmentPoint(open, int(ids(actions).indexOf("action.float")),
+                                        WheelGeometry::slots(int(actions.size())));
+    const auto shelf = QRegularExpression("^Ablage an \\((\\d+), (\\d+)\\) mit 3 neuen")
+                           .match(waitForLog(QStringLiteral("Ablage an")));
+    ASSERT_TRUE(shelf.hasMatch());
+    EXPECT_LE(
+        (QPoint(shelf.captured(1).toInt(), shelf.captured(2).toInt()) - dropped).manhattanLength(),
+        8);
+    for (const QString& file : files)
+        EXPECT_TRUE(QFileInfo::exists(file)) << "parked files stay where they are";
 }
 
 // The editors a tool opens: a crop to 1:1 of the first of two photos, the second skipped; a
