@@ -27,6 +27,8 @@ constexpr double blurRadiusPerSigma = 2;
 constexpr double smallSigma = 3;
 // The shadow's shape is taken from a copy of the image with at most this many pixels per edge.
 constexpr int shadowSourceEdge = 1024;
+// An opaque image's shape needs no pixels of its own: any small opaque block stands in for it.
+constexpr int opaqueShapeEdge = 16;
 
 const std::vector<double> transparent{0, 0, 0, 0};
 
@@ -243,9 +245,15 @@ VImage render(const VImage& image, const BackdropStyle& style) {
 
 QString render(const QString& path, const BackdropStyle& style, const OutputContext& context) {
     ImagePipeline::Loaded loaded = ImagePipeline::load(path);
-    // The shadow's shape comes from a small second reading, so the image itself streams once.
-    const VImage shapeSource =
-        style.shadow > 0 ? ImagePipeline::loadFitting(path, shadowSourceEdge).image : loaded.image;
+    // The shadow's shape comes from a small second reading, so the image itself streams once;
+    // an opaque image casts the shape of its rounded rectangle and needs no second reading.
+    VImage shapeSource = loaded.image;
+    if (style.shadow > 0) {
+        shapeSource = loaded.image.has_alpha()
+                          ? ImagePipeline::loadFitting(path, shadowSourceEdge).image
+                          : VImage::black(opaqueShapeEdge, opaqueShapeEdge,
+                                          VImage::option()->set("bands", 3));
+    }
     try {
         loaded.image = rendered(loaded.image, shapeSource, style);
     } catch (const vips::VError&) {
