@@ -27,6 +27,8 @@ constexpr double blurRadiusPerSigma = 2;
 constexpr double smallSigma = 3;
 // The shadow's shape is taken from a copy of the image with at most this many pixels per edge.
 constexpr int shadowSourceEdge = 1024;
+// The grid a gradient is worked out on before it is enlarged to the canvas.
+constexpr int gradientGridEdge = 256;
 // An opaque image's shape needs no pixels of its own: any small opaque block stands in for it.
 constexpr int opaqueShapeEdge = 16;
 
@@ -114,7 +116,10 @@ VImage cornerMask(int width, int height, double radius) {
     return mask.insert(tile.extract_area(tw - cw, th - ch, cw, ch), width - cw, height - ch);
 }
 
-VImage withMaskedAlpha(const VImage& rgba, const VImage& mask) {
+// `opaque`: the image had no alpha of its own, so the mask is the new alpha as it stands.
+VImage withMaskedAlpha(const VImage& rgba, const VImage& mask, bool opaque) {
+    if (opaque)
+        return rgba.extract_band(0, VImage::option()->set("n", 3)).bandjoin(mask);
     const VImage alpha = (rgba[3] * mask / 255.0).round(VIPS_OPERATION_ROUND_RINT);
     return rgba.extract_band(0, VImage::option()->set("n", 3))
         .bandjoin(alpha.cast(VIPS_FORMAT_UCHAR));
@@ -155,10 +160,26 @@ VImage gradient(const GradientPreset& preset, int width, int height) {
     return colour.round(VIPS_OPERATION_ROUND_RINT).cast(VIPS_FORMAT_UCHAR);
 }
 
+// A gradient has no detail: it is worked out on a small grid and enlarged, which saves the
+// float arithmetic on every pixel of the canvas.
+VImage smoothGradient(const GradientPreset& preset, int width, int height) {
+    const double scale = std::min(1.0, double(gradientGridEdge) / std::max(width, height));
+    if (scale >= 1)
+        return gradient(preset, width, height);
+    const int smallWidth = std::max(2, int(std::lround(width * scale)));
+    const int smallHeight = std::max(2, int(std::lround(height * scale)));
+    const VImage small = gradient(preset, smallWidth, smallHeight).copy_memory();
+    const VImage large =
+        small.resize(double(width) / smallWidth, VImage::option()
+                                                     ->set("vscale", double(height) / smallHeight)
+                                                     ->set("kernel", VIPS_KERNEL_LINEAR));
+    return large.embed(0, 0, width, height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
+}
+
 VImage fillFor(const BackdropStyle::Fill& fill, int width, int height) {
     const VImage canvas = VImage::black(width, height);
     if (const auto* preset = std::get_if<GradientPreset>(&fill))
-        return gradient(*preset, width, height);
+        return smoothGradient(*preset, width, height);
     if (const auto* colour = std::get_if<RGBA>(&fill))
         return canvas.new_from_image(channels(*colour)).cast(VIPS_FORMAT_UCHAR);
     return canvas.new_from_image(transparent).cast(VIPS_FORMAT_UCHAR);
@@ -186,7 +207,11 @@ VImage shadowLayer(const VImage& shapeSource, const Geometry& g, int canvasWidth
                        .embed(margin, margin, smallWidth + 2 * margin, smallHeight + 2 * margin);
     if (sigma * scale > 0.1)
         alpha = alpha.gaussblur(sigma * scale);
-    alpha = (alpha * (shadowAlpha * strength)).copy_memory();
+    // Enlarged in 8 bits: the float copy would cost a pass over every pixel of the canvas.
+    alpha = (alpha * (shadowAlpha * strength))
+                .round(VIPS_OPERATION_ROUND_RINT)
+                .cast(VIPS_FORMAT_UCHAR)
+                .copy_memory();
     // Enlarged so that the small image's pixels map onto the image's again.
     const double upX = g.width / smallWidth, upY = g.height / smallHeight;
     const VImage large =
@@ -195,10 +220,36 @@ VImage shadowLayer(const VImage& shapeSource, const Geometry& g, int canvasWidth
     const int y = imageAt.y() - int(std::lround(margin * upY)) +
                   int(std::lround(shadowOffset * m * strength));
     const VImage black = large.new_from_image(std::vector<double>{0, 0, 0});
-    return black.bandjoin(large)
-        .round(VIPS_OPERATION_ROUND_RINT)
-        .cast(VIPS_FORMAT_UCHAR)
-        .embed(x, y, canvasWidth, canvasHeight);
+    return black.bandjoin(large).embed(x, y, canvasWidth, canvasHeight);
+}
+
+bool isOpaque(const BackdropStyle::Fill& fill) {
+    if (std::holds_alternative<GradientPreset>(fill))
+        return std::ranges::all_of(std::get<GradientPreset>(fill).colors,
+                                   [](const RGBA& colour) { return colour.a >= 1; });
+    const auto* colour = std::get_if<RGBA>(&fill);
+    return colour && colour->a >= 1;
+}
+
+VImage composited(std::vector<VImage> layers) {
+    for (VImage& layer : layers)
+        layer = layer.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+    const std::vector<int> modes(layers.size() - 1, VIPS_BLEND_MODE_OVER);
+    return VImage::composite(layers, modes,
+                             VImage::option()->set("compositing_space", VIPS_INTERPRETATION_sRGB))
+        .cast(VIPS_FORMAT_UCHAR);
+}
+
+// Over an opaque canvas every layer is a blend by its own alpha, which libvips does in 8 bits;
+// the general composite works in floats and costs several times as much.
+VImage blendedOnOpaque(const std::vector<VImage>& layers) {
+    VImage canvas = layers.front().extract_band(0, VImage::option()->set("n", 3));
+    for (size_t i = 1; i < layers.size(); ++i) {
+        const VImage colour = layers[i].extract_band(0, VImage::option()->set("n", 3));
+        canvas = layers[i][3].ifthenelse(colour, canvas, VImage::option()->set("blend", true));
+    }
+    return canvas.bandjoin_const({255}).copy(
+        VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
 }
 
 VImage rendered(const VImage& image, const VImage& shapeSource, const BackdropStyle& style) {
@@ -212,20 +263,20 @@ VImage rendered(const VImage& image, const VImage& shapeSource, const BackdropSt
 
     VImage picture = inRGBA(image);
     if (radius > 0)
-        picture = withMaskedAlpha(picture, cornerMask(image.width(), image.height(), radius));
+        picture = withMaskedAlpha(picture, cornerMask(image.width(), image.height(), radius),
+                                  !image.has_alpha());
     std::vector<VImage> layers{fillFor(style.fill, canvasWidth, canvasHeight)};
     if (style.shadow > 0) {
-        layers.push_back(shadowLayer(shapeSource, g, canvasWidth, canvasHeight,
+        // An opaque image casts the shape of its rounded rectangle: no pixels of its own needed.
+        const VImage shape = image.has_alpha() ? shapeSource
+                                               : VImage::black(opaqueShapeEdge, opaqueShapeEdge,
+                                                               VImage::option()->set("bands", 3));
+        layers.push_back(shadowLayer(shape, g, canvasWidth, canvasHeight,
                                      style.cornerRadius * std::min(g.width, g.height), style.shadow,
                                      at));
     }
     layers.push_back(picture.embed(at.x(), at.y(), canvasWidth, canvasHeight));
-    for (VImage& layer : layers)
-        layer = layer.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
-    const std::vector<int> modes(layers.size() - 1, VIPS_BLEND_MODE_OVER);
-    return VImage::composite(layers, modes,
-                             VImage::option()->set("compositing_space", VIPS_INTERPRETATION_sRGB))
-        .cast(VIPS_FORMAT_UCHAR);
+    return isOpaque(style.fill) ? blendedOnOpaque(layers) : composited(std::move(layers));
 }
 
 } // namespace
@@ -247,13 +298,9 @@ QString render(const QString& path, const BackdropStyle& style, const OutputCont
     ImagePipeline::Loaded loaded = ImagePipeline::load(path);
     // The shadow's shape comes from a small second reading, so the image itself streams once;
     // an opaque image casts the shape of its rounded rectangle and needs no second reading.
-    VImage shapeSource = loaded.image;
-    if (style.shadow > 0) {
-        shapeSource = loaded.image.has_alpha()
-                          ? ImagePipeline::loadFitting(path, shadowSourceEdge).image
-                          : VImage::black(opaqueShapeEdge, opaqueShapeEdge,
-                                          VImage::option()->set("bands", 3));
-    }
+    const VImage shapeSource = style.shadow > 0 && loaded.image.has_alpha()
+                                   ? ImagePipeline::loadFitting(path, shadowSourceEdge).image
+                                   : loaded.image;
     try {
         loaded.image = rendered(loaded.image, shapeSource, style);
     } catch (const vips::VError&) {
