@@ -216,8 +216,13 @@ void renderEditor(const QStringList& args, QTextStream&) {
                    args[2]);
         return;
     }
-    if (!art.endsWith(u"-wheel"))
-        cannotDrawYet(QStringLiteral("Editor %1").arg(art));
+    if (art == u"pdf-split" || art == u"pdf-merge") {
+        const QStringList paths = filePaths(files);
+        writeImage(art == u"pdf-split" ? EditorRendering::pdfSplit(paths, dark)
+                                       : EditorRendering::pdfMerge(paths, dark),
+                   args[2]);
+        return;
+    }
     const WheelMode mode = *WheelMode::fromRawValue(QStringView(art).chopped(6));
     writeWheel(mode, filePaths(files), args[2], dark);
 }

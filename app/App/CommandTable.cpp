@@ -30,7 +30,7 @@ std::vector<CommandRow> table() {
             "Zeichnet das App-Symbol mit 1024 px als PNG.",
             none, !optional, files, draws},
         {renderEditor, "--render-editor", "<art> out.png dateien… [dark]",
-            "Zeichnet einen Editor oder ein Rad für die Dateien als PNG (PDF-Editoren fehlen noch).",
+            "Zeichnet einen Editor oder ein Rad für die Dateien als PNG.",
             arts, !optional, files, draws},
         {renderScene, "--render-scene", "out.png",
             "Zeichnet die Wiesen-Szene als PNG (noch nicht gebaut).",

@@ -56,6 +56,11 @@ QPushButton[role="segment"]:checked { background: %5; color: %2; }
 QPushButton[role="segment"]:focus { border: 1px solid %11; padding: 3px 7px; }
 QWidget[role="segments"] { background: %7; border-radius: 8px; }
 QPushButton[role="symbol"] { padding: 6px; min-width: 20px; }
+QLineEdit, QSpinBox, QComboBox {
+    background: %5; border: 1px solid %6; border-radius: 6px; padding: 4px 8px;
+    selection-background-color: %11; selection-color: %12;
+}
+QLineEdit:focus, QSpinBox:focus, QComboBox:focus { border: 1px solid %11; }
 QSlider { min-height: 22px; }
 QSlider::groove:horizontal { height: 4px; background: %7; border-radius: 2px; }
 QSlider::sub-page:horizontal { height: 4px; background: %11; border-radius: 2px; }

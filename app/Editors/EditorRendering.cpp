@@ -5,9 +5,13 @@
 #include "CropEditorView.h"
 #include "CropModel.h"
 #include "EditorChrome.h"
+#include "PDFEditorView.h"
+#include "PageThumbnails.h"
+#include "SamplePDF.h"
 #include "Settings/UILanguage.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QLinearGradient>
 #include <QPainter>
@@ -120,7 +124,92 @@ QStringList orSample(const QStringList& paths, const QTemporaryDir& scratch, con
     return {path};
 }
 
+// Runs the event loop until `ready` holds, looking every few milliseconds, or gives up.
+template <typename Ready> bool poll(Ready ready) {
+    constexpr int everyMs = 10;
+    QElapsedTimer clock;
+    clock.start();
+    while (!ready() && clock.elapsed() < loadTimeoutMs) {
+        QEventLoop loop;
+        QTimer::singleShot(everyMs, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+    return ready();
+}
+
+// The view drawn once its documents are read and the thumbnails it asked for are drawn.
+QImage grabPDF(PDFEditorView& view) {
+    const auto read = [&] {
+        const PDFMergeModel& merge = view.mergeModel();
+        for (const PDFMergeModel::Row& row : merge.rows()) {
+            if (!row.pageCount && !row.failure)
+                return false;
+        }
+        return !view.splitModel() || !view.splitModel()->loading();
+    };
+    if (!poll(read))
+        return {};
+    grab(view); // asks for the thumbnails in view
+    poll([&] { return view.thumbnails().idle() && view.firstPages().idle(); });
+    QCoreApplication::processEvents();
+    return grab(view);
+}
+
 } // namespace
+
+QImage pdfSplit(const QStringList& paths, bool dark) {
+    const QTemporaryDir scratch;
+    QStringList files = paths;
+    if (files.isEmpty()) {
+        const QString sample = scratch.filePath(UILanguage::text(
+            QStringLiteral("Quartalsbericht.pdf"), QStringLiteral("Quarterly report.pdf")));
+        if (!SamplePDF::write(sample,
+                              UILanguage::text(QStringLiteral("Quartalsbericht"),
+                                               QStringLiteral("Quarterly report")),
+                              8))
+            return {};
+        files = {sample};
+    }
+    PDFEditorView view(
+        files.mid(0, 1), [] { return OutputContext(); }, PDFEditorView::Tab::split, dark, scale);
+    if (paths.isEmpty()) {
+        view.splitModel()->setMode(PDFSplitModel::Mode::ranges);
+        view.splitModel()->setRanges(PDFSplitModel::sampleRanges);
+    }
+    const QImage image = grabPDF(view);
+    return view.splitModel()->pageCount() ? image : QImage();
+}
+
+QImage pdfMerge(const QStringList& paths, bool dark) {
+    const QTemporaryDir scratch;
+    QStringList files = paths;
+    const bool sample = files.isEmpty();
+    if (sample) {
+        const QList<std::pair<QString, int>> parts = {
+            {UILanguage::text(QStringLiteral("Anschreiben"), QStringLiteral("Cover letter")), 1},
+            {UILanguage::text(QStringLiteral("Lebenslauf"), QStringLiteral("CV")), 2},
+            {UILanguage::text(QStringLiteral("Zeugnisse"), QStringLiteral("References")), 5}};
+        for (const auto& [title, pages] : parts) {
+            const QString path = scratch.filePath(title + QStringLiteral(".pdf"));
+            if (!SamplePDF::write(path, title, pages))
+                return {};
+            files.append(path);
+        }
+    }
+    PDFEditorView view(
+        files, [] { return OutputContext(); }, PDFEditorView::Tab::merge, dark, scale);
+    if (sample) {
+        view.mergeModel().setName(
+            UILanguage::text(QStringLiteral("Bewerbungsmappe"), QStringLiteral("Application")));
+        view.mergeModel().setRanges(2, QStringLiteral("1-3"));
+    }
+    const QImage image = grabPDF(view);
+    for (const PDFMergeModel::Row& row : view.mergeModel().rows()) {
+        if (row.failure)
+            return {};
+    }
+    return image;
+}
 
 QImage crop(const QStringList& paths, bool dark) {
     const QTemporaryDir scratch;

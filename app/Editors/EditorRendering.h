@@ -17,4 +17,10 @@ constexpr QSize size{900, 620};
 QImage crop(const QStringList& paths, bool dark);
 QImage backdrop(const QStringList& paths, bool dark);
 
+// The PDF editor's split tab for the first of `paths` (a made-up report split by the ranges
+// "1-2, 3-5, 6-" without one), and its merge tab for `paths` (made-up parts of an application
+// without any), once their thumbnails are drawn. A null image when a file is not a readable PDF.
+QImage pdfSplit(const QStringList& paths, bool dark);
+QImage pdfMerge(const QStringList& paths, bool dark);
+
 } // namespace tramix::EditorRendering

@@ -22,7 +22,8 @@ QString text(const char* german, const char* english) {
 
 // A tool whose work is to open an editor on the interface thread.
 FileOperation editorTool(const char* id, const char* title, const QString& detail,
-                         const char* symbol, void (EditorWindows::*open)(const QStringList&)) {
+                         const char* symbol,
+                         std::function<void(EditorWindows&, const QStringList&)> open) {
     return {QString::fromLatin1(id),
             QString::fromUtf8(title),
             detail,
@@ -31,7 +32,7 @@ FileOperation editorTool(const char* id, const char* title, const QString& detai
             [open](const QStringList& inputs, const OutputContext&) {
                 EditorWindows* windows = &EditorWindows::shared();
                 QMetaObject::invokeMethod(
-                    windows, [windows, open, inputs] { (windows->*open)(inputs); },
+                    windows, [windows, open, inputs] { open(*windows, inputs); },
                     Qt::QueuedConnection);
                 return QStringList();
             }};
@@ -53,6 +54,19 @@ QList<FileOperation> EditorWindows::tools(const QStringList& paths,
         base.append(editorTool("tool.image.backdrop", "HINTERGRUND",
                                text("Hintergrund & Ecken", "Background & corners"),
                                "photo.on.rectangle.angled", &EditorWindows::openBackdrop));
+    } else if (OperationRegistry::commonKind(paths) == FileKind::pdf) {
+        base.append(editorTool("tool.pdf.split", "AUFTEILEN",
+                               text("Seiten aufteilen", "Split pages"), "square.split.2x1",
+                               [](EditorWindows& windows, const QStringList& inputs) {
+                                   windows.openPDF(inputs, PDFEditorView::Tab::split);
+                               }));
+        const QString merge =
+            paths.size() > 1 ? text("%1 PDFs zusammenführen", "Merge %1 PDFs").arg(paths.size())
+                             : text("PDFs zusammenführen", "Merge PDFs");
+        base.append(editorTool("tool.pdf.merge", "ZUSAMMEN", merge, "square.stack.3d.down.right",
+                               [](EditorWindows& windows, const QStringList& inputs) {
+                                   windows.openPDF(inputs, PDFEditorView::Tab::merge);
+                               }));
     }
     return base;
 }
@@ -91,6 +105,24 @@ void EditorWindows::openBackdrop(const QStringList& urls) {
                    : text("%1 Bilder gestaltet", "%1 images styled").arg(outputs.size()),
                outputs);
     };
+}
+
+void EditorWindows::openPDF(const QStringList& urls, PDFEditorView::Tab tab) {
+    auto* view = new PDFEditorView(
+        urls, [this] { return outputContext(); }, tab);
+    QWidget* window = present(view->title(), pdfSize, view);
+    connect(view, &PDFEditorView::titleChanged, window, &QWidget::setWindowTitle);
+    connect(view, &PDFEditorView::cancelled, window, &QWidget::close);
+    connect(view, &PDFEditorView::merged, window, [this, window](const QStringList& outputs) {
+        finish(window, text("Zusammengeführt", "Merged"), outputs);
+    });
+    connect(view, &PDFEditorView::splitInto, window, [this, window](const QStringList& outputs) {
+        finish(window,
+               outputs.size() == 1
+                   ? text("Seiten herausgelöst", "Pages extracted")
+                   : text("In %1 PDFs aufgeteilt", "Split into %1 PDFs").arg(outputs.size()),
+               outputs);
+    });
 }
 
 QList<QWidget*> EditorWindows::windows() const {

@@ -5,6 +5,7 @@
 
 #include "FileOperation.h"
 #include "OutputContext.h"
+#include "PDFEditorView.h"
 
 #include <QList>
 #include <QObject>
@@ -33,12 +34,14 @@ public:
 
     void openCrop(const QStringList& urls);
     void openBackdrop(const QStringList& urls);
+    void openPDF(const QStringList& urls, PDFEditorView::Tab tab);
 
     // The editor windows open now, oldest first.
     QList<QWidget*> windows() const;
 
     static constexpr QSize cropSize{820, 640};
     static constexpr QSize backdropSize{900, 600};
+    static constexpr QSize pdfSize{900, 620};
 
 Q_SIGNALS:
     // A window was presented and shown.

@@ -102,7 +102,10 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
     // Renderings of the other platforms check their arguments, then say they are not built.
     TestFolder folder;
     const QString unwritten = folder.path("never-written.png");
-    QList<QStringList> renderings = {{"--render-editor", "pdf-split", unwritten, "a.pdf"}};
+    const auto unreadable = runTramix({"--render-editor", "pdf-split", unwritten, "a.pdf"});
+    EXPECT_EQ(unreadable.status, 1);
+    EXPECT_EQ(unreadable.out, "Fehler: Rendern fehlgeschlagen.\n");
+    QList<QStringList> renderings;
     for (const char* command : {"--render-scene", "--render-og", "--render-dmg-background",
                                 "--render-welcome", "--render-settings"})
         renderings.append({command, unwritten});

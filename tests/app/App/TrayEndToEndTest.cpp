@@ -8,6 +8,7 @@
 #include "Settings/UILanguage.h"
 #include "TestFiles.h"
 #include "TestImages.h"
+#include "TestPDFs.h"
 #include "app/Drag/DragHarness.h"
 #include "app/Settings/ScratchLog.h"
 
@@ -337,4 +338,76 @@ TEST_F(TrayEndToEnd, TheCropAndBackdropEditorsWriteWhatWasChosenAndReportIt) {
                   .value("fill")
                   .toString(),
               "gradient:meadow");
+}
+
+// The PDF editor from the tools wheel: three PDFs merged after a row moved up with the keyboard
+// and a range typed for another; one PDF split every two pages, then by two clicked pages.
+TEST_F(TrayEndToEnd, ThePDFEditorMergesInTheOrderAndRangesChosenAndSplitsFourWays) {
+    const auto pdf = [&](const QString& name, const QString& word, int pages) {
+        QStringList texts;
+        for (int page = 1; page <= pages; ++page)
+            texts.append(QStringLiteral("%1 %2").arg(word).arg(page));
+        return folder.file(name, textPDF(texts));
+    };
+    const QStringList parts = {pdf("A.pdf", "Alpha", 1), pdf("B.pdf", "Beta", 3),
+                               pdf("C.pdf", "Gamma", 1)};
+    const QString report = pdf("D.pdf", "Delta", 5);
+    ChildProcess app(TRAMIX_BINARY, {});
+    waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
+
+    dropOn(parts, WheelMode::tools, "tool.pdf.merge");
+    ASSERT_TRUE(focusWindow(UILanguage::text("PDFs zusammenführen", "Merge PDFs")));
+    for (int i = 0; i < 3; ++i)
+        waitForLog(QStringLiteral("Editor: „"));
+    input.tap({"Down"});
+    input.tap({"Down"});
+    input.keys({"Alt_L", "Up"}, true); // C above B
+    input.keys({"Up", "Alt_L"}, false);
+    input.tap({"Down"});
+    for (const char* key : {"2", "minus", "3"})
+        input.tap({key});
+    input.tap({"Return"});
+    const QString merged = UILanguage::text("Zusammengeführt", "Merged");
+    EXPECT_EQ(waitForLog(QStringLiteral("Toast: ")),
+              "Toast: " + merged + QStringLiteral(" · Zusammengeführt.pdf"));
+    EXPECT_EQ(waitForLog(QStringLiteral("Verlauf: ")), "Verlauf: " + merged);
+    const QString result = folder.path("Zusammengeführt.pdf");
+    ASSERT_EQ(pageCountOf(result), 4);
+    QStringList pages;
+    for (int page = 1; page <= 4; ++page)
+        pages.append(toolOutput("pdftotext", {"-f", QString::number(page), "-l",
+                                              QString::number(page), result, "-"})
+                         .simplified());
+    EXPECT_EQ(pages, QStringList({"Alpha 1", "Gamma 1", "Beta 2", "Beta 3"}));
+
+    const QString splitTitle = UILanguage::text("PDF aufteilen", "Split PDF");
+    dropOn({report}, WheelMode::tools, "tool.pdf.split");
+    ASSERT_TRUE(focusWindow(splitTitle));
+    waitForLog(QStringLiteral("Editor: „D.pdf“ bereit"));
+    input.keys({"Alt_L", "2"}, true); // every few pages, two by default
+    input.keys({"2", "Alt_L"}, false);
+    input.tap({"Return"});
+    EXPECT_EQ(waitForLog(QStringLiteral("Toast: ")).section(" · ", 0, 0),
+              "Toast: " + UILanguage::text("In 3 PDFs aufgeteilt", "Split into 3 PDFs"));
+    const QString pieces = folder.path("D aufgeteilt");
+    QList<int> counts;
+    for (const QString& name : namesIn(pieces))
+        counts.append(pageCountOf(pieces + u'/' + name));
+    EXPECT_EQ(counts, QList<int>({2, 2, 1})) << namesIn(pieces).join(", ").toStdString();
+    EXPECT_TRUE(waitUntil([&] {
+        return xdotoolSearch({"--name", "^" + splitTitle + "$"}).isEmpty();
+    }));
+
+    dropOn({report}, WheelMode::tools, "tool.pdf.split");
+    ASSERT_TRUE(focusWindow(splitTitle));
+    waitForLog(QStringLiteral("Editor: „D.pdf“ bereit"));
+    input.keys({"Alt_L", "4"}, true); // clicked pages: the keyboard goes to the pages
+    input.keys({"4", "Alt_L"}, false);
+    input.tap({"space"});
+    for (int i = 0; i < 3; ++i)
+        input.tap({"Right"});
+    input.tap({"space"});
+    input.tap({"Return"});
+    waitForLog(QStringLiteral("Toast: "));
+    EXPECT_EQ(textOf(folder.path("D S. 1, 4.pdf")).simplified(), "Delta 1 Delta 4");
 }
