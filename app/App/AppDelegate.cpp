@@ -110,7 +110,7 @@ WheelBindings AppDelegate::bindings() const {
     return {[this](ModifierKey key) { return settings_.mode(key); },
             [this] { return settings_.activation(); },
             [this](WheelMode mode, const QStringList& paths) {
-                return OperationRegistry::operations(mode, paths, &desktop_);
+                return OperationRegistry::operations(mode, paths, &desktop_, UILanguage::current());
             }};
 }
 

@@ -136,10 +136,11 @@ MenuContent sampleMenu() {
     const History history(scratch.filePath(QStringLiteral("history.ini")));
     MenuContent content = MenuContent::make(settings, history, UILanguage::german());
     content.total = 1284;
-    content.recent = {{QStringLiteral("PNG"), {}, false},
-                      {QStringLiteral("Komprimieren"), {}, false},
-                      {QStringLiteral("PDF teilen"), {}, true},
-                      {QStringLiteral("JPG"), {}, false}};
+    content.recent = {
+        {QStringLiteral("PNG"), {}, false},
+        {UILanguage::text(QStringLiteral("Komprimieren"), QStringLiteral("Compress")), {}, false},
+        {UILanguage::text(QStringLiteral("PDF teilen"), QStringLiteral("Split PDF")), {}, true},
+        {QStringLiteral("JPG"), {}, false}};
     return content;
 }
 
@@ -159,7 +160,7 @@ void writeWheel(WheelMode mode, const QStringList& paths, const QString& output,
     WheelModel model;
     model.setMode(mode);
     model.setKey(keys.value(mode, ModifierKey::shift));
-    model.setOperations(OperationRegistry::operations(mode, paths));
+    model.setOperations(OperationRegistry::operations(mode, paths, nullptr, UILanguage::current()));
     model.setFileLabel(WheelModel::labelForFiles(paths));
     model.setVisible(true);
     writeImage(WheelView::render(model, dark), output);
