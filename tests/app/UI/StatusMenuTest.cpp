@@ -69,6 +69,7 @@ TEST(StatusMenu, OpensUnderTheIconAndItsPartsDoWhatTheySay) {
     view->openSettings = [&] { done.append("settings"); };
     view->openWelcome = [&] { done.append("welcome"); };
     view->openShelf = [&] { done.append("shelf"); };
+    view->openNotice = [&] { done.append("notice"); };
     view->quit = [&] { done.append("quit"); };
     view->openRecent = [&](const QStringList& outputs) { opened.append(outputs); };
 
@@ -83,10 +84,16 @@ TEST(StatusMenu, OpensUnderTheIconAndItsPartsDoWhatTheySay) {
     ASSERT_TRUE(panel.isOpen());
     EXPECT_EQ(panel.size(), view->sizeHint());
 
+    // A notice with a way on is one more target; without one it is plain text.
+    view->setNotice(QStringLiteral("In dieser Wayland-Sitzung sieht Tramix nichts."));
+    const qsizetype plain = MenuView::layout(view->content()).targets.size();
+    view->setNotice(QStringLiteral("In dieser Wayland-Sitzung sieht Tramix nichts."),
+                    QStringLiteral("Mehr dazu"));
+    EXPECT_EQ(MenuView::layout(view->content()).targets.size(), plain + 1);
     for (const MenuView::Target& target : MenuView::layout(view->content()).targets)
         view->activate(target.rect.center());
     view->activate(QPointF(MenuView::width / 2.0, 2)); // the plain card does nothing
     done.sort();
-    EXPECT_EQ(done, QStringList({"quit", "settings", "shelf", "welcome"}));
+    EXPECT_EQ(done, QStringList({"notice", "quit", "settings", "shelf", "welcome"}));
     EXPECT_EQ(opened, QStringList({"/tmp/WEBP", "/tmp/PNG"})) << "recent rows, newest first";
 }
