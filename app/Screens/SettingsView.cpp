@@ -338,7 +338,11 @@ void SettingsView::chooseWhereResultsGo(int index) {
 
 void SettingsView::changeFolder() {
     const QString start = settings_.outputFolder().value_or(QDir::homePath());
-    if (const std::optional<QString> folder = chooseFolder ? chooseFolder(start) : std::nullopt)
+    const std::optional<QString> folder = chooseFolder ? chooseFolder(start) : std::nullopt;
+    // The keys come back here, where they were, even where no window manager hands them back.
+    if (isVisible())
+        activateWindow();
+    if (folder)
         settings_.setOutputFolder(QDir::cleanPath(*folder));
 }
 

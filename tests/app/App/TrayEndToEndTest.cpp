@@ -6,7 +6,9 @@
 #include "Drag/WheelGeometry.h"
 #include "TestFiles.h"
 #include "TestImages.h"
+#include "UI/MenuView.h"
 #include "app/Drag/DragHarness.h"
+#include "app/Settings/PrivateStores.h"
 #include "app/Settings/ScratchLog.h"
 
 #include <QFileInfo>
@@ -64,17 +66,31 @@ qsizetype visibleAppWindows() {
     return xdotoolSearch({"--classname", "tramix"}).split('\n', Qt::SkipEmptyParts).size();
 }
 
-// Points XDG_CONFIG_HOME at a private folder while the test runs.
-class ScratchConfig {
+// Whether a window of the app with exactly this title is on screen.
+bool windowShown(const QString& title) {
+    return !xdotoolSearch({"--name", "^" + QRegularExpression::escape(title) + "$"}).isEmpty();
+}
+
+// Sets an environment variable, which the app inherits, while the test runs.
+class ScratchVariable {
 public:
-    explicit ScratchConfig(const QString& configHome)
-        : previous_(qgetenv("XDG_CONFIG_HOME")) {
-        qputenv("XDG_CONFIG_HOME", configHome.toLocal8Bit());
+    ScratchVariable(const char* name, const QByteArray& value)
+        : name_(name)
+        , previous_(qgetenv(name))
+        , hadPrevious_(qEnvironmentVariableIsSet(name)) {
+        qputenv(name, value);
     }
-    ~ScratchConfig() { qputenv("XDG_CONFIG_HOME", previous_); }
+    ~ScratchVariable() {
+        if (hadPrevious_)
+            qputenv(name_, previous_);
+        else
+            qunsetenv(name_);
+    }
 
 private:
+    const char* name_;
     QByteArray previous_;
+    bool hadPrevious_;
 };
 
 // The app inherits private state and config folders, so its log, settings and count start
@@ -101,14 +117,15 @@ protected:
         return found;
     }
 
-    int total() const {
-        return QSettings(folder.path("config/Tramix/Tramix.conf"), QSettings::IniFormat)
-            .value("totalConversions", 0)
-            .toInt();
+    // What the app has stored under `key` by now.
+    QVariant stored(const QString& key) const {
+        return QSettings(folder.path("config/Tramix/Tramix.conf"), QSettings::IniFormat).value(key);
     }
 
-    // Drags `files` from a Qt source, taps Shift and drops on the PNG segment.
-    void dropOnPNG(const QStringList& files) {
+    int total() const { return stored("totalConversions").toInt(); }
+
+    // Drags `files` from a Qt source, taps `key` and drops on the PNG segment.
+    void dropOnPNG(const QStringList& files, const QString& key = QStringLiteral("Shift_L")) {
         const QList<FileOperation> operations = OperationRegistry::convertOperations(files);
         const qsizetype index = ids(operations).indexOf("convert.image.png");
         ASSERT_GE(index, 0);
@@ -123,7 +140,7 @@ protected:
             return !waitForLog(QStringLiteral("Maustaste gedrückt")).isEmpty();
         }));
         waitForLog(QStringLiteral("Datei-Drag erkannt"));
-        input.tap({"Shift_L"});
+        input.tap({key});
         waitForLog(QStringLiteral("Rad convert mit"));
         input.glide(open, target, 5);
         ASSERT_TRUE(waitUntilAccepted(source));
@@ -134,7 +151,9 @@ protected:
 
     TestFolder folder;
     ScratchLog log{folder.path("state")};
-    ScratchConfig config{folder.path("config")};
+    ScratchVariable config{"XDG_CONFIG_HOME", folder.path("config").toLocal8Bit()};
+    // The texts the tests wait for are the German ones.
+    ScratchVariable language{"LANGUAGE", "de"};
     qsizetype read = 0;
     const QPoint open{700, 500};
 };
@@ -213,4 +232,71 @@ TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses)
     EXPECT_TRUE(QFileInfo::exists(folder.path("Strand.png")));
     EXPECT_FALSE(QFileInfo::exists(folder.path("kaputt.png")));
     EXPECT_EQ(total(), 1);
+}
+
+// A first start welcomes; once finished, the next start shows nothing. The menu's settings
+// window then gives the formats wheel Ctrl (taking it from the actions wheel) and sends the
+// results to a folder, and the very next drag obeys both.
+TEST_F(TrayApp, WelcomesOnceAndTheSettingsWindowRebindsAKeyAndMovesTheResults) {
+    ChildProcess host(QStringLiteral(TRAY_HOST_BINARY), {});
+    ASSERT_TRUE(host.waitFor(QRegularExpression("^ready$"), startDeadlineMs));
+    const QString welcome = QStringLiteral("Willkommen bei Tramix");
+    const QRegularExpression docked("^docked (\\d+) (\\d+)$");
+    {
+        ChildProcess app(TRAMIX_BINARY, {});
+        ASSERT_TRUE(host.waitFor(docked, startDeadlineMs)) << "the tray icon never docked";
+        waitForLog(QStringLiteral("Willkommensfenster gezeigt"), startDeadlineMs);
+        ASSERT_TRUE(waitUntil([&] { return windowShown(welcome); }));
+        // "Los geht's" has the focus.
+        ASSERT_TRUE(xdotool({"key", "Return"}));
+        waitForLog(QStringLiteral("Willkommen abgeschlossen"));
+        EXPECT_TRUE(waitUntil([&] { return !windowShown(welcome); }));
+        EXPECT_TRUE(stored("hasSeenWelcome").toBool());
+    }
+
+    ChildProcess app(TRAMIX_BINARY, {});
+    waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
+    const auto icon = host.waitFor(docked, startDeadlineMs);
+    ASSERT_TRUE(icon) << "the tray icon never docked again";
+    ASSERT_TRUE(clickAt(QPoint(icon->captured(1).toInt(), icon->captured(2).toInt())));
+    const QRect menu = waitForMenu(true);
+    ASSERT_FALSE(menu.isEmpty());
+    // The menu answers only once start-up is through, and start-up shows the welcome, if any.
+    EXPECT_FALSE(log.messages().mid(read).contains("Willkommensfenster gezeigt"));
+    EXPECT_FALSE(windowShown(welcome));
+
+    const QString title = QStringLiteral("Tramix – Einstellungen");
+    // The gear sits where the menu's layout puts it, whatever the menu holds.
+    PrivateStores fresh;
+    QPoint gear;
+    for (const MenuView::Target& target :
+         MenuView::layout(MenuContent::make(fresh.settings, fresh.history, true)).targets) {
+        if (target.kind == MenuView::Target::settings)
+            gear = menu.topLeft() + target.rect.center().toPoint();
+    }
+    ASSERT_TRUE(clickAt(gear));
+    ASSERT_TRUE(waitUntil([&] { return windowShown(title); })) << "no settings window";
+
+    // The focus starts on the first control; the next one is the formats wheel's key.
+    ASSERT_TRUE(xdotool({"key", "Tab", "Right", "space"}));
+    ASSERT_TRUE(waitUntil([&] { return stored("keys/convert").toString() == "control"; }));
+    EXPECT_EQ(stored("keys/actions").toString(), "shift") << "the actions wheel takes its key";
+
+    // On to where results go, past the two other wheels; the folder chooser asks at once.
+    const QString results = folder.folder("Ergebnisse");
+    ASSERT_TRUE(xdotool({"key", "Tab", "Tab", "Tab", "Right", "space"}));
+    ASSERT_TRUE(waitUntil([] { return windowShown(QStringLiteral("Ordner für die Ergebnisse")); }))
+        << "no folder chooser";
+    ASSERT_TRUE(xdotool({"type", "--delay", "5", results}));
+    ASSERT_TRUE(xdotool({"key", "Return"}));
+    ASSERT_TRUE(waitUntil([&] { return stored("outputFolder").toString() == results; }));
+    EXPECT_FALSE(stored("writeNextToOriginal").toBool());
+    ASSERT_TRUE(xdotool({"key", "Escape"}));
+    EXPECT_TRUE(waitUntil([&] { return !windowShown(title); })) << "Escape left it open";
+
+    const QString photo = saveImage(photoLike(320, 240), folder.path("Urlaub.jpg"), "[Q=90]");
+    dropOnPNG({photo}, QStringLiteral("Control_L"));
+    waitForLog(QStringLiteral("Toast: Fertig in"));
+    EXPECT_TRUE(QFileInfo::exists(results + "/Urlaub.png"));
+    EXPECT_FALSE(QFileInfo::exists(folder.path("Urlaub.png")));
 }
