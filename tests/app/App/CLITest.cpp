@@ -89,6 +89,8 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
         {{"--render-menu"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-menubar-icon"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-wheel", "tools"}, "Fehler: Ausgabepfad fehlt."},
+        {{"--render-welcome"}, "Fehler: Ausgabepfad fehlt."},
+        {{"--render-settings", ""}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-editor", "crop"}, "Fehler: --render-editor <art> out.png dateien… [dark]"},
         {{"--render-editor", "collage", "out.png"}, "Fehler: Unbekannter Editor collage"},
     };
@@ -102,8 +104,8 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
     TestFolder folder;
     const QString unwritten = folder.path("never-written.png");
     QList<QStringList> renderings = {{"--render-editor", "crop", unwritten, "a.jpg"}};
-    for (const char* command : {"--render-scene", "--render-og", "--render-shelf",
-                                "--render-dmg-background", "--render-welcome", "--render-settings"})
+    for (const char* command :
+         {"--render-scene", "--render-og", "--render-shelf", "--render-dmg-background"})
         renderings.append({command, unwritten});
     for (const QStringList& args : renderings) {
         const auto result = runTramix(args);
