@@ -52,7 +52,7 @@ MenuContent MenuContent::make(const AppSettings& settings, const History& histor
                     modeExamples(mode, german)};
         if (const auto key = settings.keys().find(mode); key != settings.keys().end()) {
             row.key = key->second;
-            row.keySymbol = key->second.symbol();
+            row.keyName = key->second.name(german);
         }
         content.modes.append(row);
     }

@@ -19,7 +19,7 @@ struct MenuContent {
     struct ModeRow {
         WheelMode mode;
         std::optional<ModifierKey> key;
-        QString keySymbol; // "–" for a mode without a key
+        QString keyName; // as on a Linux keyboard; "–" for a mode without a key
         QString title;
         QString examples;
     };

@@ -12,6 +12,8 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QToolTip>
+#include <algorithm>
+#include <cmath>
 
 namespace tramix {
 
@@ -42,7 +44,17 @@ QFont detailFont() {
     return Theme::font(8.5);
 }
 QFont keyFont() {
-    return Theme::font(11, QFont::DemiBold);
+    return Theme::font(8.5, QFont::DemiBold);
+}
+
+// The key caps of the mode rows share the width of the widest name, so the titles line up.
+qreal keyCapWidth(const MenuContent& content) {
+    constexpr qreal smallest = 28;
+    constexpr qreal padding = 8;
+    qreal widest = 0;
+    for (const MenuContent::ModeRow& row : content.modes)
+        widest = std::max(widest, QFontMetricsF(keyFont()).horizontalAdvance(row.keyName));
+    return std::max(smallest, std::ceil(widest + 2 * padding));
 }
 QFont rowTitleFont() {
     return Theme::font(9.5, QFont::DemiBold);
@@ -165,21 +177,22 @@ void drawModes(QPainter& painter, const Geometry& g, const MenuContent& content,
     painter.setPen(Qt::NoPen);
     painter.setBrush(theme.fill);
     painter.drawRoundedRect(g.modes, 10, 10);
+    const qreal capWidth = keyCapWidth(content);
     for (qsizetype i = 0; i < content.modes.size(); ++i) {
         const MenuContent::ModeRow& row = content.modes[i];
         const QRectF line(g.modes.left(), g.modes.top() + i * modeRowHeight, g.modes.width(),
                           modeRowHeight);
+        const QRectF cap(line.left() + 9, line.center().y() - 13, capWidth, 26);
         if (i > 0) {
             painter.setPen(QPen(theme.cardEdge, 1));
-            painter.drawLine(QPointF(line.left() + 48, line.top() + 0.5),
+            painter.drawLine(QPointF(cap.right() + 11, line.top() + 0.5),
                              QPointF(line.right() - 10, line.top() + 0.5));
         }
-        const QRectF cap(line.left() + 9, line.center().y() - 13, 28, 26);
         painter.setPen(QPen(theme.cardEdge, 1));
         painter.setBrush(theme.card);
         painter.drawRoundedRect(cap, 6, 6);
-        drawText(painter, cap, row.keySymbol, keyFont(),
-                 row.key ? theme.accent : theme.secondaryText, Qt::AlignCenter);
+        drawText(painter, cap, row.keyName, keyFont(), row.key ? theme.accent : theme.secondaryText,
+                 Qt::AlignCenter);
         // Title above its examples, so long words in either language never meet.
         const QRectF text(cap.right() + 11, line.top() + 5, line.right() - 10 - cap.right() - 11,
                           line.height() - 10);

@@ -31,8 +31,8 @@ TEST(StatusMenu, ContentFollowsSettingsHistoryAndLanguage) {
     EXPECT_FALSE(de.hintDetail.isEmpty()) << "a tapped key needs explaining";
     QStringList keys;
     for (const MenuContent::ModeRow& row : de.modes)
-        keys.append(row.keySymbol + " " + row.title);
-    EXPECT_EQ(keys, QStringList({"⇧ Formate", "⌘ Werkzeuge", "⌃ Aktionen"}));
+        keys.append(row.keyName + " " + row.title);
+    EXPECT_EQ(keys, QStringList({"Umschalt Formate", "Super Werkzeuge", "Strg Aktionen"}));
     EXPECT_EQ(de.total, 1);
     ASSERT_EQ(de.recent.size(), 2);
     EXPECT_EQ(de.recent[0].title, "PDF teilen") << "newest first";
@@ -45,11 +45,12 @@ TEST(StatusMenu, ContentFollowsSettingsHistoryAndLanguage) {
     const MenuContent hold = MenuContent::make(s.settings, s.history, true);
     EXPECT_EQ(hold.hint, "Datei ziehen, Taste halten, loslassen.");
     EXPECT_TRUE(hold.hintDetail.isEmpty());
-    EXPECT_EQ(hold.modes[1].keySymbol, "⌥");
+    EXPECT_EQ(hold.modes[1].keyName, "Alt");
 
     const MenuContent en = MenuContent::make(s.settings, s.history, false);
     EXPECT_EQ(en.hint, "Drag a file, hold a key, let go.");
     EXPECT_EQ(en.modes[0].title, "Formats");
+    EXPECT_EQ(en.modes[0].keyName, "Shift");
     EXPECT_EQ(en.quitLabel, "Quit");
 }
 
