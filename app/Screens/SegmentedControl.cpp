@@ -110,7 +110,7 @@ void SegmentedControl::paintEvent(QPaintEvent*) {
             painter.setBrush(QColor(0, 0, 0, theme.dark ? 60 : 18));
             painter.drawRoundedRect(box.translated(0, 1), radius - 1.5, radius - 1.5);
             painter.setPen(QPen(theme.cardEdge, 0.8));
-            painter.setBrush(theme.dark ? theme.card.lighter(135) : theme.card);
+            painter.setBrush(theme.dark ? theme.card.lighter(160) : theme.card);
             painter.drawRoundedRect(box, radius - 1.5, radius - 1.5);
         } else if (hovered_ == i) {
             painter.setPen(Qt::NoPen);
