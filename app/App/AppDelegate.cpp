@@ -1,10 +1,11 @@
 #include "AppDelegate.h"
 
+#include "Actions/FileActions.h"
 #include "Catalogue/OperationRegistry.h"
-#include "ConversionError.h"
 #include "Design/AppIcon.h"
 #include "Design/TrayIcon.h"
 #include "Drag/WheelWiring.h"
+#include "Editors/EditorWindows.h"
 #include "Leftovers.h"
 #include "Screens/PermissionCard.h"
 #include "Screens/SettingsView.h"
@@ -13,6 +14,7 @@
 #include "Settings/DebugLog.h"
 #include "Settings/History.h"
 #include "Settings/UILanguage.h"
+#include "Shelf/FloatShelfController.h"
 #include "Text/VisionTools.h"
 #include "UI/FileReveal.h"
 #include "UI/MenuView.h"
@@ -35,7 +37,10 @@ AppDelegate::AppDelegate(AppSettings& settings, History& history, QObject* paren
     , settings_(settings)
     , history_(history)
     , monitor_(Desktop::createInput())
-    , jobs_(settings, history) {}
+    , jobs_(settings, history)
+    , desktop_(FileActions::handlers()) {
+    desktop_.shelve = [this](const QStringList& paths) { shelf_.show(QCursor::pos(), paths); };
+}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -52,10 +57,16 @@ void AppDelegate::start() {
         [](const QString& text) { QApplication::clipboard()->setText(text); });
 
     monitor_.log = DebugLog::write;
+    shelf_.log = DebugLog::write;
     wheel_.log = DebugLog::write;
     WheelWiring::connect(monitor_, wheel_, bindings());
     wheel_.onDrop = [this](const FileOperation& operation, const QStringList& paths, QPoint at) {
         jobs_.run(operation, paths, at);
+    };
+    EditorWindows& editors = EditorWindows::shared();
+    editors.context = [this] { return jobs_.context(); };
+    editors.onResult = [this](const QString& title, const QStringList& outputs, QPoint near) {
+        jobs_.finished(title, outputs, near);
     };
     // The first wheel should open within a frame of its key: build the panel now, and let the
     // catalogue start libvips once the event loop runs.
@@ -133,9 +144,7 @@ void AppDelegate::setUpStatusItem() {
     view->openShelf = [this] {
         const QPoint at = menu_->geometry().center();
         menu_->close();
-        jobs_.toast().show(ToastModel::State::makeFailed(describeError(
-                               ConversionError::unsupported(QStringLiteral("Schwebende Ablage")))),
-                           at);
+        shelf_.show(at);
     };
     // The press on the icon that closed the open menu must not open it again on release.
     menu_->onOutsidePress = [this](QPoint at) {
@@ -163,7 +172,11 @@ WheelBindings AppDelegate::bindings() const {
     return {[this](ModifierKey key) { return settings_.mode(key); },
             [this] { return settings_.activation(); },
             [this](WheelMode mode, const QStringList& paths) {
-                return OperationRegistry::operations(mode, paths, &desktop_, UILanguage::current());
+                QList<FileOperation> operations =
+                    OperationRegistry::operations(mode, paths, &desktop_, UILanguage::current());
+                if (mode == WheelMode::tools)
+                    return EditorWindows::shared().tools(paths, std::move(operations));
+                return operations;
             }};
 }
 

@@ -9,6 +9,7 @@
 #include "Jobs/JobCenter.h"
 #include "Screens/Permissions.h"
 #include "Settings/ModifierKey.h"
+#include "Shelf/FloatShelfController.h"
 
 #include <QElapsedTimer>
 #include <QMenu>
@@ -38,6 +39,7 @@ public:
     DragMonitor& monitor() { return monitor_; }
     WheelController& wheel() { return wheel_; }
     JobCenter& jobs() { return jobs_; }
+    FloatShelfController& shelf() { return shelf_; }
     StatusMenuPanel& menu() { return *menu_; }
     Permissions& permissions() { return permissions_; }
     // The windows, once they were asked for; none before.
@@ -64,6 +66,8 @@ private:
     DragMonitor monitor_;
     WheelController wheel_;
     JobCenter jobs_;
+    // Files parked for later; the list outlives the panel and the app.
+    FloatShelfController shelf_;
     // What the actions do on this desktop; an action without a handler says it is not built.
     DesktopHandlers desktop_;
     QMenu trayMenu_;

@@ -8,6 +8,8 @@
 #include "Drag/WheelModel.h"
 #include "Drag/WheelView.h"
 #include "DurationText.h"
+#include "Editors/EditorRendering.h"
+#include "Editors/EditorWindows.h"
 #include "HelpText.h"
 #include "JobRunner.h"
 #include "Leftovers.h"
@@ -18,6 +20,8 @@
 #include "Settings/AppSettings.h"
 #include "Settings/History.h"
 #include "Settings/UILanguage.h"
+#include "Shelf/ShelfSamples.h"
+#include "Shelf/ShelfView.h"
 #include "UI/MenuView.h"
 
 #include <QDir>
@@ -202,6 +206,18 @@ void renderSettings(const QStringList& args, QTextStream&) {
     writeImage(renderWindow(settings), output);
 }
 
+// The shelf with a few parked files made for the picture in a scratch folder, one of them gone
+// since; nothing of the user's own shelf is read.
+void renderShelf(const QStringList& args, QTextStream&) {
+    const QString& output = outputPath(args);
+    const QTemporaryDir scratch;
+    const QList<ShelfView::Row> rows =
+        scratch.isValid() ? ShelfSamples::rows(scratch.path()) : QList<ShelfView::Row>();
+    if (rows.isEmpty())
+        fail(QStringLiteral("Rendern fehlgeschlagen."));
+    writeImage(ShelfView::render(rows, schemeIsDark(args)), output);
+}
+
 bool wantsDark(const QStringList& args) {
     return args.contains(QStringLiteral("dark"));
 }
@@ -213,7 +229,11 @@ void writeWheel(WheelMode mode, const QStringList& paths, const QString& output,
     WheelModel model;
     model.setMode(mode);
     model.setKey(keys.value(mode, ModifierKey::shift));
-    model.setOperations(OperationRegistry::operations(mode, paths, nullptr, UILanguage::current()));
+    QList<FileOperation> operations =
+        OperationRegistry::operations(mode, paths, nullptr, UILanguage::current());
+    if (mode == WheelMode::tools)
+        operations = EditorWindows::shared().tools(paths, std::move(operations));
+    model.setOperations(operations);
     model.setFileLabel(WheelModel::labelForFiles(paths));
     model.setVisible(true);
     writeImage(WheelView::render(model, dark), output);
@@ -242,10 +262,17 @@ void renderEditor(const QStringList& args, QTextStream&) {
     const QString& art = args[1];
     if (!CommandTable::editorArts().contains(art))
         fail(QStringLiteral("Unbekannter Editor %1").arg(art));
-    if (!art.endsWith(u"-wheel"))
-        cannotDrawYet(QStringLiteral("Editor %1").arg(art));
     QStringList files = args.mid(3);
     const bool dark = files.removeAll(QStringLiteral("dark")) > 0;
+    if (art == u"crop" || art == u"backdrop") {
+        const QStringList paths = filePaths(files);
+        writeImage(art == u"crop" ? EditorRendering::crop(paths, dark)
+                                  : EditorRendering::backdrop(paths, dark),
+                   args[2]);
+        return;
+    }
+    if (!art.endsWith(u"-wheel"))
+        cannotDrawYet(QStringLiteral("Editor %1").arg(art));
     const WheelMode mode = *WheelMode::fromRawValue(QStringView(art).chopped(6));
     writeWheel(mode, filePaths(files), args[2], dark);
 }
@@ -275,7 +302,7 @@ Command handler(CommandId id) {
     case CommandId::renderOg:
         return renderWithPath(QStringLiteral("Social-Card"));
     case CommandId::renderShelf:
-        return renderWithPath(QStringLiteral("Ablage"));
+        return renderShelf;
     case CommandId::renderMenubarIcon:
         return renderMenubarIcon;
     case CommandId::renderMenu:

@@ -120,6 +120,9 @@ std::vector<std::pair<QString, QString>> fileNotes() {
          QStringLiteral("Einstellungen und Zähler (unter $XDG_CONFIG_HOME, wenn gesetzt)")},
         {QStringLiteral("~/.local/state/Tramix/Tramix.log"),
          QStringLiteral("Protokoll (unter $XDG_STATE_HOME, wenn gesetzt)")},
+        {QStringLiteral("~/.local/state/Tramix/shelf.json"),
+         QStringLiteral("Die Dateien in der schwebenden Ablage, als Pfade (unter $XDG_STATE_HOME, "
+                        "wenn gesetzt)")},
         {QStringLiteral("~/.config/autostart/tramix.desktop"),
          QStringLiteral("Start bei der Anmeldung, wenn eingeschaltet")},
     };

@@ -74,7 +74,8 @@ int main(int argc, char** argv) {
         return runTrayApp(argc, argv);
     QTextStream out(stdout);
     if (draws(arguments[1])) {
-        // Drawings need fonts and a paint engine, but never a screen; the screens are widgets.
+        // Drawings need fonts and a paint engine (and widgets, for the editors and the
+        // windows), but never a screen.
         qputenv("QT_QPA_PLATFORM", "offscreen");
         QApplication app(argc, argv);
         return tramix::CLI::run(arguments.mid(1), out);

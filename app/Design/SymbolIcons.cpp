@@ -47,6 +47,22 @@ void box(QPainter& p) {
     p.drawRoundedRect(QRectF(4.5, 10, 15, 10), 1.2, 1.2);
 }
 
+// A square with an arrow bent around its top corner: a quarter turn to the right or left.
+void turnArrow(QPainter& p, bool clockwise) {
+    if (!clockwise) {
+        p.translate(24, 0);
+        p.scale(-1, 1);
+    }
+    p.drawRoundedRect(QRectF(4, 10, 11, 11), 1.5, 1.5);
+    QPainterPath bend(QPointF(9.5, 6.5));
+    bend.cubicTo(QPointF(15, 3.5), QPointF(19.5, 6.5), QPointF(19.5, 12));
+    p.drawPath(bend);
+    QPainterPath head(QPointF(16.8, 9.8));
+    head.lineTo(19.5, 13);
+    head.lineTo(22.2, 9.8);
+    p.drawPath(head);
+}
+
 const QHash<QString, Drawing>& drawings() {
     static const QHash<QString, Drawing> table = {
         {"arrow.down.right.and.arrow.up.left",
@@ -220,6 +236,8 @@ const QHash<QString, Drawing>& drawings() {
              marks.lineTo(18, 21.5);
              p.drawPath(marks);
          }},
+        {"rotate.left", [](QPainter& p) { turnArrow(p, false); }},
+        {"rotate.right", [](QPainter& p) { turnArrow(p, true); }},
         {"square.split.2x1",
          [](QPainter& p) {
              p.drawRoundedRect(QRectF(3, 5, 18, 14), 2, 2);

@@ -42,14 +42,14 @@ WheelController::WheelController(QObject* parent)
     connect(&hideWork_, &QTimer::timeout, this, [this] {
         model_.setVisible(false);
         model_.setHovered(std::nullopt);
-        orderOut_.start();
+        hideTimer_.start();
     });
-    orderOut_.setSingleShot(true);
-    orderOut_.setInterval(orderOutDelayMs);
-    connect(&orderOut_, &QTimer::timeout, this, [this] {
+    hideTimer_.setSingleShot(true);
+    hideTimer_.setInterval(hideDelayMs);
+    connect(&hideTimer_, &QTimer::timeout, this, [this] {
         // A show in between wins.
         if (!model_.visible() && panel_)
-            panel_->orderOut();
+            panel_->hide();
     });
 }
 
@@ -113,7 +113,7 @@ void WheelController::show(WheelMode mode, ModifierKey key, const QList<FileOper
         return;
     }
     hideWork_.stop();
-    orderOut_.stop();
+    hideTimer_.stop();
     const bool wasUp = isUp();
     const QPoint pointer = QCursor::pos();
     write(QStringLiteral("Rad %1 mit %2 Optionen an (%3, %4)")
@@ -172,7 +172,7 @@ void WheelController::place(QPoint pointer) {
     std::optional<QRect> available;
     if (screen)
         available = screen->availableGeometry();
-    panel_->orderFront(panelOrigin(pointer, int(geometry_.size), available));
+    panel_->showAt(panelOrigin(pointer, int(geometry_.size), available));
 }
 
 // A window that appears under a resting pointer is not entered by the drag until the source

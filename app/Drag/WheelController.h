@@ -49,7 +49,7 @@ public:
     // (the usable area of the pointer's screen) when there is one.
     static QPoint panelOrigin(QPoint pointer, int size, const std::optional<QRect>& available);
 
-    static constexpr int orderOutDelayMs = 160;
+    static constexpr int hideDelayMs = 160;
 
 private:
     void ensurePanel();
@@ -64,7 +64,7 @@ private:
     WheelDropView* dropView_ = nullptr;
     std::shared_ptr<void> copyAnswer_;
     QTimer hideWork_;
-    QTimer orderOut_;
+    QTimer hideTimer_;
     bool awaitingFirstPaint_ = false;
 };
 

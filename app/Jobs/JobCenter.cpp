@@ -144,6 +144,7 @@ void JobCenter::finished(const QString& title, const QStringList& outputs, QPoin
     entry.title = title;
     entry.outputs = outputs;
     history_.add(entry);
+    DebugLog::write(QStringLiteral("Verlauf: %1").arg(title));
 }
 
 } // namespace tramix

@@ -4,15 +4,30 @@
 
 namespace tramix {
 
-FloatingPanel::FloatingPanel(QSize size, QWidget* parent)
-    : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
-                          Qt::WindowDoesNotAcceptFocus | Qt::X11BypassWindowManagerHint |
-                          Qt::NoDropShadowWindowHint)
+namespace {
+
+Qt::WindowFlags flagsFor(FloatingPanel::Lifetime lifetime) {
+    const Qt::WindowFlags shared =
+        Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint;
+    if (lifetime == FloatingPanel::Lifetime::lasting)
+        return shared;
+    return shared | Qt::WindowDoesNotAcceptFocus | Qt::X11BypassWindowManagerHint;
+}
+
+} // namespace
+
+FloatingPanel::FloatingPanel(QSize size, QWidget* parent, Lifetime lifetime)
+    : QWidget(parent, flagsFor(lifetime))
     , translucent_(Desktop::compositorRunning()) {
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TranslucentBackground, translucent_);
-    setAttribute(Qt::WA_X11NetWmWindowTypePopupMenu);
-    setFocusPolicy(Qt::NoFocus);
+    if (lifetime == Lifetime::lasting) {
+        setAttribute(Qt::WA_X11NetWmWindowTypeUtility);
+        setFocusPolicy(Qt::ClickFocus);
+    } else {
+        setAttribute(Qt::WA_X11NetWmWindowTypePopupMenu);
+        setFocusPolicy(Qt::NoFocus);
+    }
     setFixedSize(size);
 }
 
@@ -21,14 +36,10 @@ void FloatingPanel::setShape(const QRegion& region) {
         setMask(region);
 }
 
-void FloatingPanel::orderFront(QPoint origin) {
+void FloatingPanel::showAt(QPoint origin) {
     move(origin);
     show();
     raise();
-}
-
-void FloatingPanel::orderOut() {
-    hide();
 }
 
 } // namespace tramix

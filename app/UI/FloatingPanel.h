@@ -1,6 +1,6 @@
 // The borderless surface every floating part of the app uses: it stays above other windows,
-// never takes the keyboard focus from the app the user works in, and is blended where a
-// compositor runs or cut to a shape where none does.
+// never takes the keyboard focus from the app the user works in when it appears, and is blended
+// where a compositor runs or cut to a shape where none does.
 #pragma once
 
 #include <QRegion>
@@ -11,7 +11,13 @@ namespace tramix {
 class FloatingPanel : public QWidget {
     Q_OBJECT
 public:
-    explicit FloatingPanel(QSize size, QWidget* parent = nullptr);
+    // A `passing` panel (wheel, toast) is up for a moment and passes the window manager by; a
+    // `lasting` one (the shelf) stays up while the user works elsewhere: the window manager keeps
+    // it above other windows, and a click on it may give it the keyboard.
+    enum class Lifetime { passing, lasting };
+
+    explicit FloatingPanel(QSize size, QWidget* parent = nullptr,
+                           Lifetime lifetime = Lifetime::passing);
 
     // Whether clear parts are blended; otherwise they must be cut away with `setShape`.
     bool translucent() const { return translucent_; }
@@ -19,8 +25,7 @@ public:
 
     // Shows the panel at `origin` and raises it: without a window manager nothing else keeps it
     // on top.
-    void orderFront(QPoint origin);
-    void orderOut();
+    void showAt(QPoint origin);
 
 private:
     bool translucent_ = false;

@@ -18,13 +18,13 @@ ToastController::ToastController(QObject* parent)
     hideWork_.setSingleShot(true);
     connect(&hideWork_, &QTimer::timeout, this, &ToastController::hide);
     fade_.setPropertyName("windowOpacity");
-    fade_.setDuration(orderOutMs - 20);
-    orderOut_.setSingleShot(true);
-    orderOut_.setInterval(orderOutMs);
-    connect(&orderOut_, &QTimer::timeout, this, [this] {
+    fade_.setDuration(hideMs - 20);
+    hideTimer_.setSingleShot(true);
+    hideTimer_.setInterval(hideMs);
+    connect(&hideTimer_, &QTimer::timeout, this, [this] {
         // A show during the fade made it visible again; then it stays.
         if (!model_.visible() && panel_)
-            panel_->orderOut();
+            panel_->hide();
     });
 }
 
@@ -57,7 +57,7 @@ void ToastController::show(const ToastModel::State& state, QPoint near) {
         screen = QGuiApplication::primaryScreen();
     const std::optional<QRect> available =
         screen ? std::optional(screen->availableGeometry()) : std::nullopt;
-    panel_->orderFront(origin(near, size, available));
+    panel_->showAt(origin(near, size, available));
     fade_.stop();
     panel_->setWindowOpacity(1.0);
     model_.setVisible(true);
@@ -76,7 +76,7 @@ void ToastController::hide() {
         fade_.setEndValue(0.0);
         fade_.start();
     }
-    orderOut_.start();
+    hideTimer_.start();
 }
 
 bool ToastController::isShown() const {

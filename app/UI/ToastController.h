@@ -49,7 +49,7 @@ public:
     static constexpr int margin = 8;
     static constexpr int doneMs = 2600;
     static constexpr int failedMs = 5000;
-    static constexpr int orderOutMs = 200;
+    static constexpr int hideMs = 200;
 
 private:
     void ensurePanel();
@@ -58,7 +58,7 @@ private:
     std::unique_ptr<FloatingPanel> panel_;
     ToastView* view_ = nullptr;
     QTimer hideWork_;
-    QTimer orderOut_;
+    QTimer hideTimer_;
     QPropertyAnimation fade_; // only where a compositor blends the panel
 };
 

@@ -367,6 +367,14 @@ Loaded load(const QString& path) {
                     [&] { return loaded(path, header, open(path, VIPS_ACCESS_RANDOM).autorot()); });
 }
 
+Loaded loadInAnyOrder(const QString& path) {
+    requireRuntime();
+    const VImage header = open(path, VIPS_ACCESS_SEQUENTIAL);
+    refuseBombs(header, QFileInfo(path).fileName());
+    return decoding(path,
+                    [&] { return loaded(path, header, open(path, VIPS_ACCESS_RANDOM).autorot()); });
+}
+
 Loaded loadFitting(const QString& path, int maxEdge) {
     requireRuntime();
     const QString name = QFileInfo(path).fileName();

@@ -37,6 +37,10 @@ struct Loaded {
 // lacks: a truncated file is never filled up with grey.
 Loaded load(const QString& path);
 
+// As `load`, for work that reads the pixels out of order (turning): libvips decodes the file
+// once, into memory when it is small and into a temporary file when it is large.
+Loaded loadInAnyOrder(const QString& path);
+
 // As `load`, but shrunk while decoding so that its longest edge is at most `maxEdge` (JPEG and
 // WebP decode at a fraction of the size, which is much faster than scaling afterwards).
 Loaded loadFitting(const QString& path, int maxEdge);

@@ -3,6 +3,7 @@
 #include "App/AppDelegate.h"
 
 #include "Catalogue/OperationRegistry.h"
+#include "Editors/EditorWindows.h"
 #include "Screens/SettingsView.h"
 #include "Screens/WelcomeView.h"
 #include "TestFiles.h"
@@ -38,7 +39,9 @@ TEST(AppDelegate, KeysOpenTheirWheelsWithTheirOperationsAndAHeldWheelClosesWithI
     // A second key switches the contents in place.
     delegate.pressed(ModifierKey::command, photo);
     EXPECT_EQ(wheel.mode(), WheelMode::tools);
-    EXPECT_EQ(ids(wheel.operations()), ids(OperationRegistry::toolOperations(photo)));
+    // The tools wheel also opens the editors that fit the files.
+    EXPECT_EQ(ids(wheel.operations()),
+              ids(EditorWindows::shared().tools(photo, OperationRegistry::toolOperations(photo))));
     delegate.pressed(ModifierKey::control, photo);
     EXPECT_EQ(wheel.mode(), WheelMode::actions);
     EXPECT_EQ(ids(wheel.operations()),

@@ -87,6 +87,7 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
         {{"--HELP"}, "Fehler: Unbekannter Befehl --HELP"},
         {{"--render-icon"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-menu"}, "Fehler: Ausgabepfad fehlt."},
+        {{"--render-shelf"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-menubar-icon"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-wheel", "tools"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-welcome"}, "Fehler: Ausgabepfad fehlt."},
@@ -103,9 +104,8 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
     // Renderings of the other platforms check their arguments, then say they are not built.
     TestFolder folder;
     const QString unwritten = folder.path("never-written.png");
-    QList<QStringList> renderings = {{"--render-editor", "crop", unwritten, "a.jpg"}};
-    for (const char* command :
-         {"--render-scene", "--render-og", "--render-shelf", "--render-dmg-background"})
+    QList<QStringList> renderings = {{"--render-editor", "pdf-split", unwritten, "a.pdf"}};
+    for (const char* command : {"--render-scene", "--render-og", "--render-dmg-background"})
         renderings.append({command, unwritten});
     for (const QStringList& args : renderings) {
         const auto result = runTramix(args);

@@ -4,6 +4,8 @@
 // and the count.
 #include "Catalogue/OperationRegistry.h"
 #include "Drag/WheelGeometry.h"
+#include "Editors/EditorWindows.h"
+#include "Settings/UILanguage.h"
 #include "TestFiles.h"
 #include "TestImages.h"
 #include "UI/MenuView.h"
@@ -12,8 +14,11 @@
 #include "app/Settings/ScratchLog.h"
 
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRect>
 #include <QSettings>
+#include <QUrl>
 #include <gtest/gtest.h>
 
 using namespace tramix;
@@ -124,39 +129,55 @@ protected:
 
     int total() const { return stored("totalConversions").toInt(); }
 
-    // Drags `files` from a Qt source, taps `key` and drops on the PNG segment.
-    void dropOnPNG(const QStringList& files, const QString& key = QStringLiteral("Shift_L")) {
-        const QList<FileOperation> operations = OperationRegistry::convertOperations(files);
-        const qsizetype index = ids(operations).indexOf("convert.image.png");
+    // Drags `files` from a source, taps the key of `mode` (or `key`, where the settings bound
+    // another) and drops on the segment of `id`.
+    void dropOn(const QStringList& files, WheelMode mode, const QString& id,
+                SourceKit kit = SourceKit::qt, const QString& key = {}) {
+        QList<FileOperation> operations = OperationRegistry::operations(mode, files);
+        if (mode == WheelMode::tools)
+            operations = EditorWindows::shared().tools(files, operations);
+        const qsizetype index = ids(operations).indexOf(id);
         ASSERT_GE(index, 0);
         ASSERT_LT(index, WheelGeometry::operationsPerPage);
         const QPoint target = segmentPoint(
             open, int(index),
             WheelGeometry::slots(
                 int(std::min<qsizetype>(operations.size(), WheelGeometry::operationsPerPage))));
-
-        Source source = startSource(SourceKit::qt, files);
+        Source source = startSource(kit, files);
         ASSERT_TRUE(beginDrag(input, source, open, [this] {
             return !waitForLog(QStringLiteral("Maustaste gedrückt")).isEmpty();
         }));
         waitForLog(QStringLiteral("Datei-Drag erkannt"));
-        input.tap({key});
-        waitForLog(QStringLiteral("Rad convert mit"));
+        const QString defaultKey = mode == WheelMode::actions ? QStringLiteral("Control_L")
+                                   : mode == WheelMode::tools ? QStringLiteral("Super_L")
+                                                              : QStringLiteral("Shift_L");
+        input.tap({key.isEmpty() ? defaultKey : key});
+        waitForLog(QStringLiteral("Rad %1 mit").arg(mode.rawValue()));
         input.glide(open, target, 5);
         ASSERT_TRUE(waitUntilAccepted(source));
         input.button(false);
         // The source must live until it has handed over the drop.
-        waitForLog(QStringLiteral("Drop auf convert.image.png"));
+        waitForLog(QStringLiteral("Drop auf ") + id);
     }
 
     TestFolder folder;
     ScratchLog log{folder.path("state")};
     ScratchVariable config{"XDG_CONFIG_HOME", folder.path("config").toLocal8Bit()};
-    // The texts the tests wait for are the German ones.
-    ScratchVariable language{"LANGUAGE", "de"};
     qsizetype read = 0;
     const QPoint open{700, 500};
 };
+
+// Waits for the app's window titled `title`, puts the pointer on it and gives it the keyboard;
+// false when none appears.
+bool focusWindow(const QString& title) {
+    QString id;
+    waitUntil([&] {
+        id = xdotoolSearch({"--name", QStringLiteral("^%1$").arg(title)}).section('\n', 0, 0);
+        return !id.isEmpty();
+    });
+    return !id.isEmpty() && xdotool({"mousemove", "--window", id, "200", "150"}) &&
+           xdotool({"windowfocus", "--sync", id});
+}
 
 using TrayApp = TrayEndToEnd;
 
@@ -213,8 +234,8 @@ TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses)
     ChildProcess app(TRAMIX_BINARY, {});
     waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
 
-    dropOnPNG({photo});
-    EXPECT_EQ(waitForLog(QStringLiteral("Toast: Fertig in")).section(" · ", 1),
+    dropOn({photo}, WheelMode::convert, "convert.image.png");
+    EXPECT_EQ(waitForLog("Toast: " + UILanguage::text("Fertig in", "Done in")).section(" · ", 1),
               QStringLiteral("Urlaub.png"));
     EXPECT_EQ(waitForLog(QStringLiteral("Verlauf: ")), QStringLiteral("Verlauf: PNG"));
     EXPECT_TRUE(QFileInfo::exists(folder.path("Urlaub.png")));
@@ -224,8 +245,8 @@ TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses)
     // One damaged file of two: its own sentence, the good result, and no count.
     const QString good = saveImage(photoLike(320, 240), folder.path("Strand.jpg"), "[Q=90]");
     const QString broken = folder.file("kaputt.jpg", "not a JPEG at all");
-    dropOnPNG({good, broken});
-    const QString failed = waitForLog(QStringLiteral("Toast: Fehlgeschlagen"));
+    dropOn({good, broken}, WheelMode::convert, "convert.image.png");
+    const QString failed = waitForLog("Toast: " + UILanguage::text("Fehlgeschlagen", "Failed"));
     EXPECT_TRUE(failed.contains(QStringLiteral("„kaputt.jpg“"))) << failed.toStdString();
     EXPECT_EQ(waitForLog(QStringLiteral("Verlauf: ")),
               QStringLiteral("Verlauf: PNG (fehlgeschlagen)"));
@@ -238,6 +259,8 @@ TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses)
 // window then gives the formats wheel Ctrl (taking it from the actions wheel) and sends the
 // results to a folder, and the very next drag obeys both.
 TEST_F(TrayApp, WelcomesOnceAndTheSettingsWindowRebindsAKeyAndMovesTheResults) {
+    // The app speaks German here, whatever the machine's language.
+    const ScratchVariable german("LANGUAGE", "de");
     ChildProcess host(QStringLiteral(TRAY_HOST_BINARY), {});
     ASSERT_TRUE(host.waitFor(QRegularExpression("^ready$"), startDeadlineMs));
     const QString welcome = QStringLiteral("Willkommen bei Tramix");
@@ -295,8 +318,112 @@ TEST_F(TrayApp, WelcomesOnceAndTheSettingsWindowRebindsAKeyAndMovesTheResults) {
     EXPECT_TRUE(waitUntil([&] { return !windowShown(title); })) << "Escape left it open";
 
     const QString photo = saveImage(photoLike(320, 240), folder.path("Urlaub.jpg"), "[Q=90]");
-    dropOnPNG({photo}, QStringLiteral("Control_L"));
+    dropOn({photo}, WheelMode::convert, "convert.image.png", SourceKit::qt,
+           QStringLiteral("Control_L"));
     waitForLog(QStringLiteral("Toast: Fertig in"));
     EXPECT_TRUE(QFileInfo::exists(results + "/Urlaub.png"));
     EXPECT_FALSE(QFileInfo::exists(folder.path("Urlaub.png")));
+}
+
+// What a user pastes after dropping files on KOPIEREN or PFAD, from a Qt and a GTK drag; FLOAT
+// parks them on the shelf where they were dropped.
+TEST_F(TrayEndToEnd, CopyPathAndFloatTakeTheDraggedFiles) {
+    const QStringList files = {folder.file("Urlaub am Meer.png"), folder.file("b.pdf"),
+                               folder.file("c d.txt")};
+    ChildProcess app(TRAMIX_BINARY, {});
+    waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
+    // The clipboard as another application pastes it, once it offers `format` (or, with `!`
+    // in front, once it no longer does).
+    const auto pasted = [](const QString& format) {
+        QJsonObject offered;
+        waitUntil([&] {
+            QProcess reader;
+            reader.start(QStringLiteral(CLIPBOARD_READER_BINARY));
+            reader.waitForFinished(startDeadlineMs);
+            offered = QJsonDocument::fromJson(reader.readAllStandardOutput()).object();
+            return format.startsWith(u'!') ? !offered.contains(format.mid(1))
+                                           : offered.contains(format);
+        });
+        return offered;
+    };
+    const QString uris = [&] {
+        QStringList list;
+        for (const QString& file : files)
+            list.append(QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded));
+        return list.join("\r\n") + "\r\n";
+    }();
+    for (const SourceKit kit : {SourceKit::qt, SourceKit::gtk}) {
+        dropOn(files, WheelMode::actions, "action.copy", kit);
+        const QJsonObject offered = pasted("x-special/gnome-copied-files");
+        EXPECT_EQ(offered["text/uri-list"].toString(), uris);
+        EXPECT_EQ(offered["x-special/gnome-copied-files"].toString(),
+                  "copy\n" + uris.trimmed().split("\r\n").join('\n'));
+        dropOn(files, WheelMode::actions, "action.path", kit);
+        const QJsonObject paths = pasted("!text/uri-list");
+        EXPECT_FALSE(paths.contains("x-special/gnome-copied-files"));
+        EXPECT_EQ(paths["text/plain"].toString(), files.join('\n'));
+    }
+    dropOn(files, WheelMode::actions, "action.float");
+    const QList<FileOperation> actions = OperationRegistry::operations(WheelMode::actions, files);
+    const QPoint dropped = segmentPoint(open, int(ids(actions).indexOf("action.float")),
+                                        WheelGeometry::slots(int(actions.size())));
+    const auto shelf = QRegularExpression("^Ablage an \\((\\d+), (\\d+)\\) mit 3 neuen")
+                           .match(waitForLog(QStringLiteral("Ablage an")));
+    ASSERT_TRUE(shelf.hasMatch());
+    EXPECT_LE(
+        (QPoint(shelf.captured(1).toInt(), shelf.captured(2).toInt()) - dropped).manhattanLength(),
+        8);
+    for (const QString& file : files)
+        EXPECT_TRUE(QFileInfo::exists(file)) << "parked files stay where they are";
+}
+
+// The editors a tool opens: a crop to 1:1 of the first of two photos, the second skipped; a
+// preset backdrop for both at once. Each reports like a job: the toast and the history.
+TEST_F(TrayEndToEnd, TheCropAndBackdropEditorsWriteWhatWasChosenAndReportIt) {
+    const QStringList photos = {saveImage(photoLike(400, 300), folder.path("Berg.jpg"), "[Q=90]"),
+                                saveImage(photoLike(320, 240), folder.path("See.jpg"), "[Q=90]")};
+    ChildProcess app(TRAMIX_BINARY, {});
+    waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
+
+    dropOn(photos, WheelMode::tools, "tool.image.crop");
+    const QString cropTitle = UILanguage::text("Zuschneiden", "Crop");
+    ASSERT_TRUE(focusWindow(cropTitle));
+    waitForLog(QStringLiteral("Editor: „Berg.jpg“ bereit"));
+    input.tap({"3"}); // 1:1
+    input.tap({"Return"});
+    waitForLog(QStringLiteral("Editor: „Berg zugeschnitten.jpg“ geschrieben"));
+    waitForLog(QStringLiteral("Editor: „See.jpg“ bereit"));
+    input.keys({"Control_L", "Right"}, true);
+    input.keys({"Right", "Control_L"}, false);
+    const QString cropped = UILanguage::text("Zugeschnitten", "Cropped");
+    EXPECT_EQ(waitForLog(QStringLiteral("Toast: ")),
+              "Toast: " + cropped + QStringLiteral(" · Berg zugeschnitten.jpg"));
+    EXPECT_EQ(waitForLog(QStringLiteral("Verlauf: ")), "Verlauf: " + cropped);
+    EXPECT_EQ(sizeOf(folder.path("Berg zugeschnitten.jpg")), "300 x 300");
+    EXPECT_FALSE(QFileInfo::exists(folder.path("See zugeschnitten.jpg")));
+    EXPECT_TRUE(waitUntil([&] {
+        return xdotoolSearch({"--name", "^" + cropTitle + "$"}).isEmpty();
+    }));
+
+    dropOn(photos, WheelMode::tools, "tool.image.backdrop");
+    ASSERT_TRUE(focusWindow(UILanguage::text("Hintergrund", "Background")));
+    waitForLog(QStringLiteral("Editor: „Berg.jpg“ bereit"));
+    input.tap({"2"}); // the second preset, "Wiese"
+    input.keys({"Control_L", "Return"}, true);
+    input.keys({"Return", "Control_L"}, false);
+    const QString styled = UILanguage::text("2 Bilder gestaltet", "2 images styled");
+    EXPECT_EQ(waitForLog(QStringLiteral("Toast: ")).section(" · ", 0, 0), "Toast: " + styled);
+    EXPECT_EQ(waitForLog(QStringLiteral("Verlauf: ")), "Verlauf: " + styled);
+    for (const QString name : {"Berg mit Hintergrund.png", "See mit Hintergrund.png"}) {
+        const QString written = folder.path(name);
+        ASSERT_TRUE(QFileInfo::exists(written)) << name.toStdString();
+        // The meadow runs from light at the top to green at the bottom.
+        const Colour top = pixelAt(written, openImage(written).width() / 2, 0);
+        EXPECT_TRUE(isNear(top, {0xF3, 0xF7, 0xD9}, 6)) << name.toStdString();
+    }
+    // The next session starts with the style used last.
+    EXPECT_EQ(QSettings(folder.path("config/Tramix/Backdrop.ini"), QSettings::IniFormat)
+                  .value("fill")
+                  .toString(),
+              "gradient:meadow");
 }

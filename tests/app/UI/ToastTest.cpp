@@ -91,13 +91,13 @@ TEST(Toast, HidesAfterItsTimeAndANewStateReplacesItInPlace) {
     EXPECT_LE(clock.elapsed(), 2600 + 1500);
     // The panel leaves a moment after the fade starts; a show in between keeps it.
     EXPECT_TRUE(toast.isShown());
-    QTest::qWait(ToastController::orderOutMs + 150);
+    QTest::qWait(ToastController::hideMs + 150);
     EXPECT_FALSE(toast.isShown());
 
     toast.show(State::makeFailed("kaputt"), QPoint(500, 500));
     toast.hide();
     toast.show(State::makeFailed("kaputt"), QPoint(500, 500));
-    QTest::qWait(ToastController::orderOutMs + 150);
+    QTest::qWait(ToastController::hideMs + 150);
     EXPECT_TRUE(toast.isShown()) << "a show during the fade brings it back";
     EXPECT_TRUE(toast.model().visible());
 }
