@@ -21,10 +21,10 @@ QString text(const char* german, const char* english) {
 }
 
 // A tool whose work is to open an editor on the interface thread.
-FileOperation editorTool(const char* id, const char* title, const QString& detail,
+FileOperation editorTool(const char* id, const QString& title, const QString& detail,
                          const char* symbol, void (EditorWindows::*open)(const QStringList&)) {
     return {QString::fromLatin1(id),
-            QString::fromUtf8(title),
+            title,
             detail,
             QString::fromLatin1(symbol),
             OperationStyle::instant,
@@ -47,10 +47,10 @@ EditorWindows& EditorWindows::shared() {
 QList<FileOperation> EditorWindows::tools(const QStringList& paths,
                                           QList<FileOperation> base) const {
     if (OperationRegistry::commonKind(paths) == FileKind::image) {
-        base.append(editorTool("tool.image.crop", "ZUSCHNEIDEN",
+        base.append(editorTool("tool.image.crop", text("ZUSCHNEIDEN", "CROP"),
                                text("Zuschneiden & drehen", "Crop & rotate"), "crop",
                                &EditorWindows::openCrop));
-        base.append(editorTool("tool.image.backdrop", "HINTERGRUND",
+        base.append(editorTool("tool.image.backdrop", text("HINTERGRUND", "BACKDROP"),
                                text("Hintergrund & Ecken", "Background & corners"),
                                "photo.on.rectangle.angled", &EditorWindows::openBackdrop));
     }
