@@ -7,9 +7,10 @@ QString WheelMode::rawValue() const {
     return QString::fromLatin1(names[value_]);
 }
 
-QString WheelMode::title() const {
-    static const char* const titles[] = {"Formate", "Werkzeuge", "Aktionen"};
-    return QString::fromUtf8(titles[value_]);
+QString WheelMode::title(Language language) const {
+    static const char* const german[] = {"Formate", "Werkzeuge", "Aktionen"};
+    static const char* const english[] = {"Formats", "Tools", "Actions"};
+    return QString::fromUtf8((language == Language::english ? english : german)[value_]);
 }
 
 std::optional<WheelMode> WheelMode::fromRawValue(QStringView raw) {

@@ -1,6 +1,8 @@
 // The three wheels, each opened by its own modifier key.
 #pragma once
 
+#include "Language.h"
+
 #include <QString>
 #include <array>
 #include <optional>
@@ -16,7 +18,8 @@ public:
     constexpr operator Value() const { return value_; }
 
     QString rawValue() const;
-    QString title() const;
+    // "Formate", "Werkzeuge", "Aktionen" and their English names.
+    QString title(Language language = Language::german) const;
     static std::optional<WheelMode> fromRawValue(QStringView raw);
     static const std::array<WheelMode, 3>& allCases();
 

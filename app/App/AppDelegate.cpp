@@ -7,6 +7,9 @@
 #include "Drag/WheelWiring.h"
 #include "Editors/EditorWindows.h"
 #include "Leftovers.h"
+#include "Screens/PermissionCard.h"
+#include "Screens/SettingsView.h"
+#include "Screens/WelcomeView.h"
 #include "Settings/AppSettings.h"
 #include "Settings/DebugLog.h"
 #include "Settings/History.h"
@@ -71,19 +74,69 @@ void AppDelegate::start() {
     QTimer::singleShot(
         0, this, [] { OperationRegistry::convertOperations({QStringLiteral("warm-up.jpg")}); });
 
-    if (!monitor_.start())
-        menu_->view().setNotice(UILanguage::text(
-            QStringLiteral("Dateien beim Ziehen zu erkennen braucht eine X11-Sitzung. Hier "
-                           "bleibt das Rad zu; die Befehlszeile geht weiter."),
-            QStringLiteral("Seeing files while they are dragged needs an X11 session. The wheel "
-                           "stays closed here; the command line still works.")));
+    monitor_.start();
     DebugLog::write(QStringLiteral("Tramix gestartet"));
+
+    // A session that starts or stops letting us see drags gets a monitor installed anew.
+    DebugLog::write(permissions_.session().summary());
+    permissions_.onChange = [this](bool) {
+        monitor_.stop();
+        monitor_.start();
+    };
+    connect(&permissions_, &Permissions::changed, this, &AppDelegate::showPermissionNotice);
+    connect(&permissions_, &Permissions::requested, this, &AppDelegate::showWelcome);
+    showPermissionNotice();
+
+    if (!settings_.hasSeenWelcome() || !permissions_.isTrusted())
+        showWelcome();
+}
+
+// The menu says what keeps drags from being seen, and leads to the explanation.
+void AppDelegate::showPermissionNotice() {
+    if (permissions_.isTrusted()) {
+        menu_->view().setNotice(std::nullopt);
+        return;
+    }
+    const PermissionCard::Texts texts =
+        PermissionCard::texts(permissions_.session(), true, UILanguage::german());
+    menu_->view().setNotice(texts.state + u' ' + texts.advice, texts.action);
+}
+
+void AppDelegate::showSettings() {
+    if (!settingsWindow_)
+        settingsWindow_ = std::make_unique<SettingsView>(settings_, permissions_);
+    settingsWindow_->present();
+}
+
+void AppDelegate::showWelcome() {
+    if (!welcomeWindow_) {
+        welcomeWindow_ = std::make_unique<WelcomeView>(settings_, permissions_);
+        welcomeWindow_->onDone = [this] {
+            settings_.setHasSeenWelcome(true);
+            DebugLog::write(QStringLiteral("Willkommen abgeschlossen"));
+            welcomeWindow_->close();
+        };
+    }
+    welcomeWindow_->present();
+    DebugLog::write(QStringLiteral("Willkommensfenster gezeigt"));
 }
 
 void AppDelegate::setUpStatusItem() {
     auto* view = new MenuView(settings_, history_);
     menu_ = std::make_unique<StatusMenuPanel>(view);
     view->quit = [] { QCoreApplication::quit(); };
+    view->openSettings = [this] {
+        menu_->close();
+        showSettings();
+    };
+    view->openWelcome = [this] {
+        menu_->close();
+        showWelcome();
+    };
+    view->openNotice = [this] {
+        menu_->close();
+        permissions_.request();
+    };
     view->openRecent = [this](const QStringList& outputs) {
         menu_->close();
         FileReveal::reveal(outputs);
@@ -120,7 +173,7 @@ WheelBindings AppDelegate::bindings() const {
             [this] { return settings_.activation(); },
             [this](WheelMode mode, const QStringList& paths) {
                 QList<FileOperation> operations =
-                    OperationRegistry::operations(mode, paths, &desktop_);
+                    OperationRegistry::operations(mode, paths, &desktop_, UILanguage::current());
                 if (mode == WheelMode::tools)
                     return EditorWindows::shared().tools(paths, std::move(operations));
                 return operations;

@@ -7,6 +7,7 @@
 #include "Drag/WheelController.h"
 #include "Drag/WheelWiring.h"
 #include "Jobs/JobCenter.h"
+#include "Screens/Permissions.h"
 #include "Settings/ModifierKey.h"
 #include "Shelf/FloatShelfController.h"
 
@@ -20,7 +21,9 @@ namespace tramix {
 
 class AppSettings;
 class History;
+class SettingsView;
 class StatusMenuPanel;
+class WelcomeView;
 
 class AppDelegate : public QObject {
     Q_OBJECT
@@ -38,15 +41,23 @@ public:
     JobCenter& jobs() { return jobs_; }
     FloatShelfController& shelf() { return shelf_; }
     StatusMenuPanel& menu() { return *menu_; }
+    Permissions& permissions() { return permissions_; }
+    // The windows, once they were asked for; none before.
+    SettingsView* settingsWindow() { return settingsWindow_.get(); }
+    WelcomeView* welcomeWindow() { return welcomeWindow_.get(); }
 
     // A modifier key went down during a file drag: opens the wheel bound to it, if any.
     void pressed(ModifierKey key, const QStringList& paths);
     // A modifier key came up: closes a held wheel opened by that key.
     void released(ModifierKey key);
     void toggleMenu();
+    // Opens the window, or brings the open one to the front.
+    void showSettings();
+    void showWelcome();
 
 private:
     void setUpStatusItem();
+    void showPermissionNotice();
     WheelBindings bindings() const;
     QRect trayAnchor() const;
 
@@ -62,6 +73,9 @@ private:
     QMenu trayMenu_;
     QSystemTrayIcon tray_;
     std::unique_ptr<StatusMenuPanel> menu_;
+    Permissions permissions_;
+    std::unique_ptr<SettingsView> settingsWindow_;
+    std::unique_ptr<WelcomeView> welcomeWindow_;
     QElapsedTimer closedOnIcon_;
 };
 

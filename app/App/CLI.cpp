@@ -13,6 +13,10 @@
 #include "HelpText.h"
 #include "JobRunner.h"
 #include "Leftovers.h"
+#include "Screens/DemoWheel.h"
+#include "Screens/Permissions.h"
+#include "Screens/SettingsView.h"
+#include "Screens/WelcomeView.h"
 #include "Settings/AppSettings.h"
 #include "Settings/History.h"
 #include "Settings/UILanguage.h"
@@ -23,6 +27,8 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
+#include <QLayout>
+#include <QPainter>
 #include <QSaveFile>
 #include <QTemporaryDir>
 #include <algorithm>
@@ -130,26 +136,74 @@ void renderMenubarIcon(const QStringList& args, QTextStream&) {
     writeImage(trayIconImage(44), outputPath(args));
 }
 
-// The menu as a user sees it after a while of use, in the interface language; nothing of the
-// user's own settings or history is read.
-MenuContent sampleMenu() {
-    const QTemporaryDir scratch;
-    const AppSettings settings(
+// Settings and history as on a fresh install, in a folder of their own: the renderings never read
+// or change the user's.
+struct SampleStores {
+    QTemporaryDir scratch;
+    AppSettings settings{
         scratch.filePath(QStringLiteral("settings.ini")),
-        LoginItem(scratch.filePath(QStringLiteral("tramix.desktop")), QStringLiteral("tramix")));
-    const History history(scratch.filePath(QStringLiteral("history.ini")));
-    MenuContent content = MenuContent::make(settings, history, UILanguage::german());
+        LoginItem(scratch.filePath(QStringLiteral("tramix.desktop")), QStringLiteral("tramix"))};
+    History history{scratch.filePath(QStringLiteral("history.ini"))};
+};
+
+// The menu as a user sees it after a while of use, in the interface language.
+MenuContent sampleMenu() {
+    const SampleStores stores;
+    MenuContent content = MenuContent::make(stores.settings, stores.history, UILanguage::german());
     content.total = 1284;
-    content.recent = {{QStringLiteral("PNG"), {}, false},
-                      {QStringLiteral("Komprimieren"), {}, false},
-                      {QStringLiteral("PDF teilen"), {}, true},
-                      {QStringLiteral("JPG"), {}, false}};
+    content.recent = {
+        {QStringLiteral("PNG"), {}, false},
+        {UILanguage::text(QStringLiteral("Komprimieren"), QStringLiteral("Compress")), {}, false},
+        {UILanguage::text(QStringLiteral("PDF teilen"), QStringLiteral("Split PDF")), {}, true},
+        {QStringLiteral("JPG"), {}, false}};
     return content;
 }
 
 void renderMenu(const QStringList& args, QTextStream&) {
     const QString& output = outputPath(args);
     writeImage(MenuView::render(sampleMenu(), schemeIsDark(args)), output);
+}
+
+// A window as it stands on screen, without the desktop's frame, at twice its size.
+QImage renderWindow(QWidget& window) {
+    constexpr double scale = 2;
+    window.setAttribute(Qt::WA_DontShowOnScreen);
+    window.show();
+    QImage image(window.size() * scale, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    window.render(&painter);
+    painter.end();
+    window.hide();
+    return image;
+}
+
+// The screens are drawn for a session where drags are seen, as on the desktops they are made for.
+DragSession readySession() {
+    return {DragSession::Kind::x11, true, true};
+}
+
+void renderWelcome(const QStringList& args, QTextStream&) {
+    const QString& output = outputPath(args);
+    SampleStores stores;
+    stores.settings.setAppearance(schemeIsDark(args) ? AppearanceMode::dark
+                                                     : AppearanceMode::light);
+    Permissions permissions(readySession);
+    WelcomeView welcome(stores.settings, permissions);
+    // The file rests on the second format, so the centre shows what a segment does.
+    welcome.demo().freeze(1);
+    writeImage(renderWindow(welcome), output);
+}
+
+void renderSettings(const QStringList& args, QTextStream&) {
+    const QString& output = outputPath(args);
+    SampleStores stores;
+    stores.settings.setAppearance(schemeIsDark(args) ? AppearanceMode::dark
+                                                     : AppearanceMode::light);
+    Permissions permissions(readySession);
+    SettingsView settings(stores.settings, permissions);
+    writeImage(renderWindow(settings), output);
 }
 
 // The shelf with a few parked files made for the picture in a scratch folder, one of them gone
@@ -175,7 +229,8 @@ void writeWheel(WheelMode mode, const QStringList& paths, const QString& output,
     WheelModel model;
     model.setMode(mode);
     model.setKey(keys.value(mode, ModifierKey::shift));
-    QList<FileOperation> operations = OperationRegistry::operations(mode, paths);
+    QList<FileOperation> operations =
+        OperationRegistry::operations(mode, paths, nullptr, UILanguage::current());
     if (mode == WheelMode::tools)
         operations = EditorWindows::shared().tools(paths, std::move(operations));
     model.setOperations(operations);
@@ -260,9 +315,9 @@ Command handler(CommandId id) {
     case CommandId::renderDmgBackground:
         return renderWithPath(QStringLiteral("DMG-Hintergrund"));
     case CommandId::renderWelcome:
-        return renderWithPath(QStringLiteral("Willkommensfenster"));
+        return renderWelcome;
     case CommandId::renderSettings:
-        return renderWithPath(QStringLiteral("Einstellungen"));
+        return renderSettings;
     case CommandId::help:
         return help;
     case CommandId::version:

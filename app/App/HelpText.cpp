@@ -68,7 +68,7 @@ void writeOperations(QTextStream& out) {
         out << indent << group.title << ":\n";
         for (const CatalogueRow* row : group.rows) {
             const QString id = QString::fromLatin1(row->id);
-            out << indent << indent << padded(id, width) << QString::fromUtf8(row->detail);
+            out << indent << indent << padded(id, width) << row->detail.in(Language::german);
             if (OperationRegistry::needsDesktop(id))
                 out << " (nur in der App)";
             out << '\n';

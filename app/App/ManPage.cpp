@@ -98,7 +98,7 @@ void writeOperations(QTextStream& out) {
         compact(out, [&] {
             for (const CatalogueRow* row : group.rows) {
                 const QString id = QString::fromLatin1(row->id);
-                QString detail = QString::fromUtf8(row->detail);
+                QString detail = row->detail.in(Language::german);
                 if (OperationRegistry::needsDesktop(id))
                     detail += QStringLiteral(" (nur in der App)");
                 item(out, bold(id), detail, int(width) + tagGap);
@@ -147,7 +147,7 @@ void writeExamples(QTextStream& out) {
                 out,
                 bold(
                     QStringLiteral("tramix %1 %2 %3").arg(run, QString::fromLatin1(row->id), file)),
-                QStringLiteral("%1: %2.").arg(file, QString::fromUtf8(row->detail)));
+                QStringLiteral("%1: %2.").arg(file, row->detail.in(Language::german)));
         }
     }
 }

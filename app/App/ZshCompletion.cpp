@@ -39,7 +39,7 @@ QString described(const QString& name, const QString& description) {
 
 QString detailOf(const QString& id) {
     const CatalogueRow* row = Catalogue::find(id);
-    return row ? QString::fromUtf8(row->detail) : QString();
+    return row ? row->detail.in(Language::german) : QString();
 }
 
 QString descriptionOf(ArgumentWords kind, const QString& word) {
@@ -87,7 +87,8 @@ QString script() {
     for (const CommandRow& row : CommandTable::rows())
         out << "  " << described(QString::fromLatin1(row.name), QString::fromUtf8(row.summary))
             << '\n';
-    out << ")\nif (( CURRENT == 2 )); then\n  _describe -t commands 'Befehl' subcommands\n  return\n"
+    out << ")\nif (( CURRENT == 2 )); then\n  _describe -t commands 'Befehl' subcommands\n  "
+           "return\n"
            "fi\ncase $words[2] in\n";
     for (const CommandRow& row : CommandTable::rows())
         writeBranch(out, row);

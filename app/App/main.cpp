@@ -5,10 +5,13 @@
 #include "InputAlias.h"
 #include "Platform/ScreenCheck.h"
 #include "Settings/DebugLog.h"
+#include "Settings/UILanguage.h"
 
 #include <QApplication>
 #include <QCoreApplication>
 #include <QGuiApplication>
+#include <QLibraryInfo>
+#include <QTranslator>
 #include <cstdio>
 
 namespace {
@@ -45,6 +48,13 @@ int runTrayApp(int argc, char** argv) {
         return 1;
     }
     QApplication app(argc, argv);
+    // Qt's own words (the fallback folder chooser, a text field's menu) speak the interface's
+    // language too.
+    QTranslator qtWords;
+    if (tramix::UILanguage::german() &&
+        qtWords.load(QStringLiteral("qtbase_de"),
+                     QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QApplication::installTranslator(&qtWords);
     tramix::AppDelegate delegate;
     delegate.start();
     const int status = app.exec();
@@ -64,8 +74,8 @@ int main(int argc, char** argv) {
         return runTrayApp(argc, argv);
     QTextStream out(stdout);
     if (draws(arguments[1])) {
-        // Drawings need fonts and a paint engine (and widgets, for the editors), but never a
-        // screen.
+        // Drawings need fonts and a paint engine (and widgets, for the editors and the
+        // windows), but never a screen.
         qputenv("QT_QPA_PLATFORM", "offscreen");
         QApplication app(argc, argv);
         return tramix::CLI::run(arguments.mid(1), out);

@@ -80,10 +80,10 @@ void WheelModel::nextPage() {
     Q_EMIT changed();
 }
 
-QString WheelModel::labelForFiles(const QStringList& paths) {
+QString WheelModel::labelForFiles(const QStringList& paths, bool german) {
     if (paths.size() == 1)
         return QFileInfo(paths.first()).fileName();
-    return QStringLiteral("%1 Dateien").arg(paths.size());
+    return (german ? QStringLiteral("%1 Dateien") : QStringLiteral("%1 files")).arg(paths.size());
 }
 
 namespace {
@@ -93,8 +93,10 @@ constexpr qsizetype demoConversions = 6;
 
 } // namespace
 
-std::unique_ptr<WheelModel> WheelModel::demo(WheelMode mode, const QString& file) {
-    QList<FileOperation> operations = OperationRegistry::operations(mode, {file});
+std::unique_ptr<WheelModel> WheelModel::demo(WheelMode mode, const QString& file,
+                                             Language language) {
+    QList<FileOperation> operations =
+        OperationRegistry::operations(mode, {file}, nullptr, language);
     if (mode == WheelMode::convert)
         operations = operations.first(std::min(demoConversions, operations.size()));
     for (FileOperation& operation : operations) {

@@ -4,6 +4,7 @@
 
 #include "FileOperation.h"
 #include "Settings/ModifierKey.h"
+#include "Settings/UILanguage.h"
 #include "WheelMode.h"
 
 #include <QList>
@@ -44,12 +45,13 @@ public:
     // Turns to the next page (wrapping) and forgets the hover; one page stays as it is.
     void nextPage();
 
-    // The single file's name, or "{count} Dateien" for several.
-    static QString labelForFiles(const QStringList& paths);
+    // The single file's name, or "{count} Dateien" ("{count} files") for several.
+    static QString labelForFiles(const QStringList& paths, bool german = UILanguage::german());
 
     // A stand-alone wheel for illustrations: the catalogue's operations for a sample file (six
     // for the formats wheel), their ids beginning with "demo.", none of which can run.
-    static std::unique_ptr<WheelModel> demo(WheelMode mode, const QString& file);
+    static std::unique_ptr<WheelModel> demo(WheelMode mode, const QString& file,
+                                            Language language = UILanguage::current());
 
 Q_SIGNALS:
     void changed();

@@ -2,6 +2,7 @@
 
 #include "CenterText.h"
 #include "Design/SymbolIcons.h"
+#include "Settings/UILanguage.h"
 
 #include <QEasingCurve>
 #include <QFontMetricsF>
@@ -116,11 +117,14 @@ void paintCenter(QPainter& p, const WheelModel& model, const WheelGeometry& g, Q
         return;
     }
     if (model.pageOperations().isEmpty()) {
-        drawText(p, inner, QStringLiteral("Keine Optionen"), font(device, 10.5, QFont::DemiBold),
-                 palette.secondaryText, Qt::AlignCenter | Qt::TextWordWrap);
+        drawText(p, inner,
+                 UILanguage::text(QStringLiteral("Keine Optionen"), QStringLiteral("No options")),
+                 font(device, 10.5, QFont::DemiBold), palette.secondaryText,
+                 Qt::AlignCenter | Qt::TextWordWrap);
         return;
     }
-    const QString header = (model.key().symbol() + ' ' + model.mode().title()).toUpper();
+    const QString header =
+        (model.key().symbol() + ' ' + model.mode().title(UILanguage::current())).toUpper();
     drawText(p, QRectF(inner.left(), c.y() - 24, width, 14), header,
              font(device, 8.5, QFont::Bold, 0.6), palette.secondaryText);
     const QFont labelFont = font(device, 10.5, QFont::DemiBold);
@@ -129,7 +133,9 @@ void paintCenter(QPainter& p, const WheelModel& model, const WheelGeometry& g, Q
     drawText(p, QRectF(inner.left(), c.y() - 8, width, 18), label, labelFont, palette.text);
     if (model.pageCount() >= 2) {
         const QString hint =
-            QStringLiteral("MEHR %1/%2").arg(model.page() + 1).arg(model.pageCount());
+            UILanguage::text(QStringLiteral("MEHR %1/%2"), QStringLiteral("MORE %1/%2"))
+                .arg(model.page() + 1)
+                .arg(model.pageCount());
         drawText(p, QRectF(inner.left(), c.y() + 14, width, 14), hint,
                  font(device, 8.5, QFont::Bold, 0.4), palette.accent);
     }

@@ -21,11 +21,11 @@ QString text(const char* german, const char* english) {
 }
 
 // A tool whose work is to open an editor on the interface thread.
-FileOperation editorTool(const char* id, const char* title, const QString& detail,
+FileOperation editorTool(const char* id, const QString& title, const QString& detail,
                          const char* symbol,
                          std::function<void(EditorWindows&, const QStringList&)> open) {
     return {QString::fromLatin1(id),
-            QString::fromUtf8(title),
+            title,
             detail,
             QString::fromLatin1(symbol),
             OperationStyle::instant,
@@ -48,14 +48,14 @@ EditorWindows& EditorWindows::shared() {
 QList<FileOperation> EditorWindows::tools(const QStringList& paths,
                                           QList<FileOperation> base) const {
     if (OperationRegistry::commonKind(paths) == FileKind::image) {
-        base.append(editorTool("tool.image.crop", "ZUSCHNEIDEN",
+        base.append(editorTool("tool.image.crop", text("ZUSCHNEIDEN", "CROP"),
                                text("Zuschneiden & drehen", "Crop & rotate"), "crop",
                                &EditorWindows::openCrop));
-        base.append(editorTool("tool.image.backdrop", "HINTERGRUND",
+        base.append(editorTool("tool.image.backdrop", text("HINTERGRUND", "BACKDROP"),
                                text("Hintergrund & Ecken", "Background & corners"),
                                "photo.on.rectangle.angled", &EditorWindows::openBackdrop));
     } else if (OperationRegistry::commonKind(paths) == FileKind::pdf) {
-        base.append(editorTool("tool.pdf.split", "AUFTEILEN",
+        base.append(editorTool("tool.pdf.split", text("AUFTEILEN", "SPLIT"),
                                text("Seiten aufteilen", "Split pages"), "square.split.2x1",
                                [](EditorWindows& windows, const QStringList& inputs) {
                                    windows.openPDF(inputs, PDFEditorView::Tab::split);
@@ -63,7 +63,8 @@ QList<FileOperation> EditorWindows::tools(const QStringList& paths,
         const QString merge =
             paths.size() > 1 ? text("%1 PDFs zusammenführen", "Merge %1 PDFs").arg(paths.size())
                              : text("PDFs zusammenführen", "Merge PDFs");
-        base.append(editorTool("tool.pdf.merge", "ZUSAMMEN", merge, "square.stack.3d.down.right",
+        base.append(editorTool("tool.pdf.merge", text("ZUSAMMEN", "MERGE"), merge,
+                               "square.stack.3d.down.right",
                                [](EditorWindows& windows, const QStringList& inputs) {
                                    windows.openPDF(inputs, PDFEditorView::Tab::merge);
                                }));

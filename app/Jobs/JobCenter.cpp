@@ -35,18 +35,22 @@ QString JobCenter::format(double seconds) {
     return durationText(seconds);
 }
 
-QString JobCenter::workingText(const QString& title, qsizetype count) {
+QString JobCenter::workingText(const QString& title, qsizetype count, bool german) {
     if (count == 1)
         return title;
-    return QStringLiteral("%1 · %2 Dateien").arg(title).arg(count);
+    return (german ? QStringLiteral("%1 · %2 Dateien") : QStringLiteral("%1 · %2 files"))
+        .arg(title)
+        .arg(count);
 }
 
-std::optional<QString> JobCenter::failureText(const JobResult& result, qsizetype inputs) {
+std::optional<QString> JobCenter::failureText(const JobResult& result, qsizetype inputs,
+                                              bool german) {
     if (result.failures.isEmpty())
         return std::nullopt;
     if (result.failures.size() == 1)
         return result.failures.first().message;
-    return QStringLiteral("%1 von %2 fehlgeschlagen: %3")
+    return (german ? QStringLiteral("%1 von %2 fehlgeschlagen: %3")
+                   : QStringLiteral("%1 of %2 failed: %3"))
         .arg(result.failures.size())
         .arg(inputs)
         .arg(result.failures.first().message);
@@ -60,7 +64,9 @@ void JobCenter::run(const FileOperation& operation, const QStringList& paths, QP
         return;
     }
     const quint64 job = ++jobsStarted_;
-    toast_.show(ToastModel::State::makeWorking(workingText(operation.title, paths.size())), at);
+    toast_.show(
+        ToastModel::State::makeWorking(workingText(operation.title, paths.size(), german), german),
+        at);
     lastJob_ = job;
 
     // The watcher is the centre's child: when the centre goes first, the result goes nowhere.
@@ -98,8 +104,8 @@ void JobCenter::runInstant(const FileOperation& operation, const QStringList& pa
     const JobResult result = JobRunner::run(operation, paths, context());
     for (const JobResult::Failure& failure : result.failures)
         DebugLog::write(QStringLiteral("%1: %2").arg(operation.id, failure.message));
-    if (const auto failure = failureText(result, paths.size()))
-        toast_.show(ToastModel::State::makeFailed(*failure), at);
+    if (const auto failure = failureText(result, paths.size(), german))
+        toast_.show(ToastModel::State::makeFailed(*failure, german), at);
     Q_EMIT jobFinished(result);
 }
 
@@ -114,12 +120,13 @@ void JobCenter::report(const FileOperation& operation, qsizetype inputs, const J
     entry.title = operation.title;
     entry.outputs = result.outputs;
     entry.failed = !result.failures.isEmpty();
-    if (const auto failure = failureText(result, inputs)) {
-        toast_.show(ToastModel::State::makeFailed(*failure), at);
+    if (const auto failure = failureText(result, inputs, german)) {
+        toast_.show(ToastModel::State::makeFailed(*failure, german), at);
     } else {
-        toast_.show(ToastModel::State::makeDone(
-                        QStringLiteral("Fertig in ") + format(result.duration), result.outputs),
-                    at);
+        const QString done = german ? QStringLiteral("Fertig in ") : QStringLiteral("Done in ");
+        toast_.show(
+            ToastModel::State::makeDone(done + format(result.duration), result.outputs, german),
+            at);
         if (settings_.playSound() && playSound)
             playSound();
     }
@@ -130,7 +137,7 @@ void JobCenter::report(const FileOperation& operation, qsizetype inputs, const J
 }
 
 void JobCenter::finished(const QString& title, const QStringList& outputs, QPoint near) {
-    toast_.show(ToastModel::State::makeDone(title, outputs), near);
+    toast_.show(ToastModel::State::makeDone(title, outputs, german), near);
     if (settings_.playSound() && playSound)
         playSound();
     History::Entry entry;

@@ -6,6 +6,7 @@
 #include "FileOperation.h"
 #include "JobResult.h"
 #include "OutputContext.h"
+#include "Settings/UILanguage.h"
 #include "UI/ToastController.h"
 
 #include <QObject>
@@ -28,6 +29,8 @@ public:
 
     // Plays the completion sound; the desktop's own unless replaced.
     std::function<void()> playSound;
+    // The language of its toasts; the operations bring their own titles.
+    bool german = UILanguage::german();
 
     // Starts `operation` on `paths` and returns at once; the toast appears below `at`.
     void run(const FileOperation& operation, const QStringList& paths, QPoint at);
@@ -39,9 +42,10 @@ public:
 
     static QString format(double seconds);
     // The working toast's text: the title alone for one file, else with the count.
-    static QString workingText(const QString& title, qsizetype count);
+    static QString workingText(const QString& title, qsizetype count, bool german);
     // The failed toast's message, or none when nothing failed.
-    static std::optional<QString> failureText(const JobResult& result, qsizetype inputs);
+    static std::optional<QString> failureText(const JobResult& result, qsizetype inputs,
+                                              bool german);
 
     // A job running longer than this shows how many of its files are done.
     static constexpr int progressAfterMs = 700;

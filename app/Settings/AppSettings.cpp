@@ -236,6 +236,15 @@ void AppSettings::setHasSeenWelcome(bool value) {
     Q_EMIT hasSeenWelcomeChanged();
 }
 
+QByteArray AppSettings::windowGeometry(const QString& window) const {
+    const QVariant stored = store_->value(QStringLiteral("windows/") + window);
+    return stored.typeId() == QMetaType::QByteArray ? stored.toByteArray() : QByteArray();
+}
+
+void AppSettings::setWindowGeometry(const QString& window, const QByteArray& geometry) {
+    store(QStringLiteral("windows/") + window, geometry.isEmpty() ? QVariant() : geometry);
+}
+
 void AppSettings::setLaunchAtLogin(bool value) {
     if (value != launchAtLogin_) {
         launchAtLogin_ = value;

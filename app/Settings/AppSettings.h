@@ -68,6 +68,11 @@ public:
     bool launchAtLogin() const { return launchAtLogin_; }
     void setLaunchAtLogin(bool value);
 
+    // Where the window named `window` stood when it was last closed, as QWidget::saveGeometry
+    // gives it; empty before that.
+    QByteArray windowGeometry(const QString& window) const;
+    void setWindowGeometry(const QString& window, const QByteArray& geometry);
+
 Q_SIGNALS:
     void keysChanged();
     void activationChanged();

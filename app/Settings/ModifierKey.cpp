@@ -17,6 +17,12 @@ QString ModifierKey::symbol() const {
     return QString::fromUtf8(symbols[value_]);
 }
 
+QString ModifierKey::name(bool german) const {
+    static const char* const germanNames[] = {"Umschalt", "Super", "Strg", "Alt"};
+    static const char* const englishNames[] = {"Shift", "Super", "Ctrl", "Alt"};
+    return QString::fromLatin1((german ? germanNames : englishNames)[value_]);
+}
+
 std::optional<ModifierKey> ModifierKey::fromRawValue(QStringView raw) {
     for (ModifierKey key : allCases()) {
         if (key.rawValue() == raw)

@@ -21,6 +21,9 @@ public:
     QString rawValue() const;
     // The sign printed on the key cap: ⇧ ⌘ ⌃ ⌥.
     QString symbol() const;
+    // The key's name on a Linux keyboard: "Umschalt", "Super", "Strg", "Alt" in German;
+    // "Shift", "Super", "Ctrl", "Alt" in English.
+    QString name(bool german) const;
     static std::optional<ModifierKey> fromRawValue(QStringView raw);
     static const std::array<ModifierKey, 4>& allCases();
 

@@ -11,18 +11,6 @@ QString pick(bool german, const char* de, const char* en) {
     return QString::fromUtf8(german ? de : en);
 }
 
-QString modeTitle(WheelMode mode, bool german) {
-    switch (mode) {
-    case WheelMode::convert:
-        return pick(german, "Formate", "Formats");
-    case WheelMode::tools:
-        return pick(german, "Werkzeuge", "Tools");
-    case WheelMode::actions:
-        return pick(german, "Aktionen", "Actions");
-    }
-    return {};
-}
-
 QString modeExamples(WheelMode mode, bool german) {
     switch (mode) {
     case WheelMode::convert:
@@ -59,11 +47,12 @@ MenuContent MenuContent::make(const AppSettings& settings, const History& histor
                  "Drag a file and press a key once: the wheel stays open until you let go of "
                  "the file or press the key again.");
     for (WheelMode mode : WheelMode::allCases()) {
-        ModeRow row{mode, std::nullopt, QStringLiteral("–"), modeTitle(mode, german),
+        ModeRow row{mode, std::nullopt, QStringLiteral("–"),
+                    mode.title(german ? Language::german : Language::english),
                     modeExamples(mode, german)};
         if (const auto key = settings.keys().find(mode); key != settings.keys().end()) {
             row.key = key->second;
-            row.keySymbol = key->second.symbol();
+            row.keyName = key->second.name(german);
         }
         content.modes.append(row);
     }

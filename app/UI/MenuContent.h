@@ -19,7 +19,7 @@ struct MenuContent {
     struct ModeRow {
         WheelMode mode;
         std::optional<ModifierKey> key;
-        QString keySymbol; // "–" for a mode without a key
+        QString keyName; // as on a Linux keyboard; "–" for a mode without a key
         QString title;
         QString examples;
     };
@@ -39,8 +39,10 @@ struct MenuContent {
     QString totalLabel;
     QString localFigure = QStringLiteral("100 %");
     QString localLabel;
-    // Why drags cannot be seen on this desktop; none where they can.
+    // Why drags cannot be seen on this desktop; none where they can. With an action, a click on
+    // it leads on.
     std::optional<QString> notice;
+    std::optional<QString> noticeAction;
     QString recentHeading;
     QString noRecentJobs;
     QList<RecentJob> recent; // newest first

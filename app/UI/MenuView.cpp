@@ -12,6 +12,8 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QToolTip>
+#include <algorithm>
+#include <cmath>
 
 namespace tramix {
 
@@ -26,6 +28,8 @@ constexpr qreal recentRowHeight = 26;
 constexpr qreal dropHeight = 58;
 constexpr qreal footerHeight = 30;
 constexpr qreal sectionGap = 12;
+constexpr qreal noticeIndent = 34; // the text beside the notice's mark
+constexpr qreal noticeActionHeight = 20;
 
 QFont nameFont() {
     return Theme::font(12, QFont::Bold);
@@ -40,7 +44,17 @@ QFont detailFont() {
     return Theme::font(8.5);
 }
 QFont keyFont() {
-    return Theme::font(11, QFont::DemiBold);
+    return Theme::font(8.5, QFont::DemiBold);
+}
+
+// The key caps of the mode rows share the width of the widest name, so the titles line up.
+qreal keyCapWidth(const MenuContent& content) {
+    constexpr qreal smallest = 28;
+    constexpr qreal padding = 8;
+    qreal widest = 0;
+    for (const MenuContent::ModeRow& row : content.modes)
+        widest = std::max(widest, QFontMetricsF(keyFont()).horizontalAdvance(row.keyName));
+    return std::max(smallest, std::ceil(widest + 2 * padding));
 }
 QFont rowTitleFont() {
     return Theme::font(9.5, QFont::DemiBold);
@@ -60,11 +74,11 @@ QFont buttonFont() {
     return Theme::font(9, QFont::Medium);
 }
 
-qreal wrappedHeight(const QString& text, const QFont& font) {
+qreal wrappedHeight(const QString& text, const QFont& font, qreal width = inner) {
     if (text.isEmpty())
         return 0;
     return QFontMetricsF(font)
-        .boundingRect(QRectF(0, 0, inner, 1000), Qt::TextWordWrap, text)
+        .boundingRect(QRectF(0, 0, width, 1000), Qt::TextWordWrap, text)
         .height();
 }
 
@@ -99,7 +113,10 @@ struct Geometry {
         y += figureHeight + sectionGap;
 
         if (content.notice) {
-            notice = QRectF(pad, y, inner, wrappedHeight(*content.notice, detailFont()) + 20);
+            const qreal text =
+                wrappedHeight(*content.notice, detailFont(), inner - noticeIndent - 10);
+            notice =
+                QRectF(pad, y, inner, text + 20 + (content.noticeAction ? noticeActionHeight : 0));
             y += notice.height() + sectionGap;
         }
 
@@ -160,21 +177,22 @@ void drawModes(QPainter& painter, const Geometry& g, const MenuContent& content,
     painter.setPen(Qt::NoPen);
     painter.setBrush(theme.fill);
     painter.drawRoundedRect(g.modes, 10, 10);
+    const qreal capWidth = keyCapWidth(content);
     for (qsizetype i = 0; i < content.modes.size(); ++i) {
         const MenuContent::ModeRow& row = content.modes[i];
         const QRectF line(g.modes.left(), g.modes.top() + i * modeRowHeight, g.modes.width(),
                           modeRowHeight);
+        const QRectF cap(line.left() + 9, line.center().y() - 13, capWidth, 26);
         if (i > 0) {
             painter.setPen(QPen(theme.cardEdge, 1));
-            painter.drawLine(QPointF(line.left() + 48, line.top() + 0.5),
+            painter.drawLine(QPointF(cap.right() + 11, line.top() + 0.5),
                              QPointF(line.right() - 10, line.top() + 0.5));
         }
-        const QRectF cap(line.left() + 9, line.center().y() - 13, 28, 26);
         painter.setPen(QPen(theme.cardEdge, 1));
         painter.setBrush(theme.card);
         painter.drawRoundedRect(cap, 6, 6);
-        drawText(painter, cap, row.keySymbol, keyFont(),
-                 row.key ? theme.accent : theme.secondaryText, Qt::AlignCenter);
+        drawText(painter, cap, row.keyName, keyFont(), row.key ? theme.accent : theme.secondaryText,
+                 Qt::AlignCenter);
         // Title above its examples, so long words in either language never meet.
         const QRectF text(cap.right() + 11, line.top() + 5, line.right() - 10 - cap.right() - 11,
                           line.height() - 10);
@@ -197,16 +215,25 @@ void drawFigure(QPainter& painter, const QRectF& box, const QString& figure, con
              theme.secondaryText, Qt::AlignLeft | Qt::AlignVCenter);
 }
 
-void drawNotice(QPainter& painter, const Geometry& g, const QString& notice, const Theme& theme) {
+void drawNotice(QPainter& painter, const Geometry& g, const MenuContent& content,
+                const Theme& theme, bool hovered) {
     QColor tint = theme.warning;
-    tint.setAlpha(theme.dark ? 40 : 28);
+    tint.setAlpha(theme.dark ? (hovered ? 56 : 40) : (hovered ? 40 : 28));
     painter.setPen(Qt::NoPen);
     painter.setBrush(tint);
     painter.drawRoundedRect(g.notice, 10, 10);
     StatusGlyphs::exclamationCircle(
         painter, QRectF(g.notice.left() + 10, g.notice.top() + 10, 16, 16), theme.warning);
-    drawText(painter, g.notice.adjusted(34, 10, -10, -10), notice, detailFont(), theme.text,
+    const QRectF text = g.notice.adjusted(noticeIndent, 10, -10, -10);
+    drawText(painter, text.adjusted(0, 0, 0, content.noticeAction ? -noticeActionHeight : 0),
+             *content.notice, detailFont(), theme.text,
              Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap);
+    if (content.noticeAction)
+        drawText(painter,
+                 QRectF(text.left(), text.bottom() - noticeActionHeight + 4, text.width(),
+                        noticeActionHeight - 4),
+                 *content.noticeAction + QStringLiteral(" ›"), rowTitleFont(), theme.accent,
+                 Qt::AlignLeft | Qt::AlignBottom);
 }
 
 void drawRecent(QPainter& painter, const Geometry& g, const MenuContent& content,
@@ -278,6 +305,8 @@ MenuView::Layout MenuView::layout(const MenuContent& content) {
     Layout result;
     result.height = g.height;
     result.targets.append({Target::settings, 0, g.settingsButton});
+    if (content.notice && content.noticeAction)
+        result.targets.append({Target::notice, 0, g.notice});
     for (qsizetype i = 0; i < content.recent.size(); ++i)
         result.targets.append({Target::recentJob, int(i), g.recentRows[i]});
     result.targets.append({Target::dropArea, 0, g.drop});
@@ -323,7 +352,7 @@ void MenuView::paint(QPainter& painter, const MenuContent& content, const Theme&
     drawFigure(painter, g.figuresRight, content.localFigure, content.localLabel, theme,
                theme.success);
     if (content.notice)
-        drawNotice(painter, g, *content.notice, theme);
+        drawNotice(painter, g, content, theme, isHovered(Target::notice));
     drawRecent(painter, g, content, theme,
                isHovered(Target::recentJob) ? std::optional(hoveredTarget->index) : std::nullopt);
     drawDropArea(painter, g, content, theme, isHovered(Target::dropArea));
@@ -356,8 +385,10 @@ MenuView::MenuView(AppSettings& settings, History& history, QWidget* parent)
     refresh();
 }
 
-void MenuView::setNotice(const std::optional<QString>& notice) {
+void MenuView::setNotice(const std::optional<QString>& notice,
+                         const std::optional<QString>& action) {
     notice_ = notice;
+    noticeAction_ = notice ? action : std::nullopt;
     refresh();
 }
 
@@ -365,6 +396,7 @@ void MenuView::refresh() {
     const qreal before = layout_.height;
     content_ = MenuContent::make(settings_, history_, UILanguage::german());
     content_.notice = notice_;
+    content_.noticeAction = noticeAction_;
     layout_ = layout(content_);
     hovered_.reset();
     if (layout_.height != before) {
@@ -394,6 +426,9 @@ void MenuView::activate(QPointF point) {
     switch (target.kind) {
     case Target::settings:
         action = openSettings;
+        break;
+    case Target::notice:
+        action = openNotice;
         break;
     case Target::recentJob:
         if (openRecent)

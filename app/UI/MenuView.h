@@ -21,7 +21,7 @@ class MenuView : public QWidget {
 public:
     // What can be clicked, and where.
     struct Target {
-        enum Kind { settings, recentJob, dropArea, guide, quit };
+        enum Kind { settings, notice, recentJob, dropArea, guide, quit };
         Kind kind;
         int index = 0; // of the recent job
         QRectF rect;
@@ -36,11 +36,13 @@ public:
     std::function<void()> openSettings;
     std::function<void()> openWelcome;
     std::function<void()> openShelf;
+    std::function<void()> openNotice;
     std::function<void(const QStringList& outputs)> openRecent;
     std::function<void()> quit;
 
-    // A desktop where drags cannot be seen says why in the menu.
-    void setNotice(const std::optional<QString>& notice);
+    // A desktop where drags cannot be seen says why in the menu; `action` labels the way on.
+    void setNotice(const std::optional<QString>& notice,
+                   const std::optional<QString>& action = std::nullopt);
     const MenuContent& content() const { return content_; }
 
     QSize sizeHint() const override;
@@ -72,6 +74,7 @@ private:
     MenuContent content_;
     Layout layout_;
     std::optional<QString> notice_;
+    std::optional<QString> noticeAction_;
     std::optional<int> hovered_;
 };
 

@@ -4,34 +4,43 @@
 
 namespace tramix {
 
-ToastModel::State ToastModel::State::makeWorking(const QString& text) {
-    return {working, text, {}, 0, 0};
+ToastModel::State ToastModel::State::makeWorking(const QString& text, bool german) {
+    return {working, text, {}, 0, 0, german};
 }
 
-ToastModel::State ToastModel::State::makeDone(const QString& title, const QStringList& outputs) {
-    return {done, title, outputs, 0, 0};
+ToastModel::State ToastModel::State::makeDone(const QString& title, const QStringList& outputs,
+                                              bool german) {
+    return {done, title, outputs, 0, 0, german};
 }
 
-ToastModel::State ToastModel::State::makeFailed(const QString& message) {
-    return {failed, message, {}, 0, 0};
+ToastModel::State ToastModel::State::makeFailed(const QString& message, bool german) {
+    return {failed, message, {}, 0, 0, german};
 }
 
 QString ToastModel::State::title() const {
-    return kind == failed ? QStringLiteral("Fehlgeschlagen") : text;
+    if (kind != failed)
+        return text;
+    return german ? QStringLiteral("Fehlgeschlagen") : QStringLiteral("Failed");
 }
 
 QString ToastModel::State::subtitle() const {
     switch (kind) {
     case working:
         if (total > 0)
-            return QStringLiteral("%1 von %2 Dateien fertig").arg(finished).arg(total);
-        return QStringLiteral("Läuft lokal auf deinem Rechner …");
+            return (german ? QStringLiteral("%1 von %2 Dateien fertig")
+                           : QStringLiteral("%1 of %2 files done"))
+                .arg(finished)
+                .arg(total);
+        return german ? QStringLiteral("Läuft lokal auf deinem Rechner …")
+                      : QStringLiteral("Running locally on your computer …");
     case done:
         if (outputs.size() == 1)
             return QFileInfo(outputs.first()).fileName();
         if (outputs.isEmpty())
             return {};
-        return QStringLiteral("%1 Dateien · Klicken zum Zeigen").arg(outputs.size());
+        return (german ? QStringLiteral("%1 Dateien · Klicken zum Zeigen")
+                       : QStringLiteral("%1 files · Click to show"))
+            .arg(outputs.size());
     case failed:
         return text;
     }

@@ -2,6 +2,8 @@
 // failed. Views repaint from its signals.
 #pragma once
 
+#include "Settings/UILanguage.h"
+
 #include <QObject>
 #include <QStringList>
 
@@ -19,10 +21,12 @@ public:
         // Working only: how many files have ended of how many the job has; total 0 shows none.
         qsizetype finished = 0;
         qsizetype total = 0;
+        bool german = true; // the language of the words the toast adds
 
-        static State makeWorking(const QString& text);
-        static State makeDone(const QString& title, const QStringList& outputs);
-        static State makeFailed(const QString& message);
+        static State makeWorking(const QString& text, bool german = UILanguage::german());
+        static State makeDone(const QString& title, const QStringList& outputs,
+                              bool german = UILanguage::german());
+        static State makeFailed(const QString& message, bool german = UILanguage::german());
 
         QString title() const;
         QString subtitle() const;

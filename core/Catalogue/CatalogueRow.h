@@ -4,6 +4,7 @@
 
 #include "DesktopHandlers.h"
 #include "FileKind.h"
+#include "Language.h"
 #include "OperationStyle.h"
 #include "OutputContext.h"
 #include "WheelMode.h"
@@ -33,16 +34,27 @@ struct CatalogueWork {
     std::function<bool()> available;
 };
 
+// A text of a row in both languages of the interface.
+struct CatalogueText {
+    const char* german = nullptr;  // none: the row has no such text
+    const char* english = nullptr; // none: the same as the German (format names)
+
+    explicit operator bool() const { return german != nullptr; }
+    QString in(Language language) const {
+        return QString::fromUtf8(language == Language::english && english ? english : german);
+    }
+};
+
 struct CatalogueRow {
     const char* id;
     std::optional<FileKind> kind; // none: any files
     WheelMode mode;
-    const char* title;
-    const char* detail;
+    CatalogueText title;
+    CatalogueText detail;
     const char* symbol; // none when null
     CatalogueWork work;
     // The detail for two or more files, "%1" standing for their number.
-    const char* detailForMany = nullptr;
+    CatalogueText detailForMany = {};
 };
 
 } // namespace tramix

@@ -42,7 +42,7 @@ QString sentenceWithoutDesktop(const CatalogueRow& row) {
                                                         : QStringLiteral("Das Werkzeug");
     return QStringLiteral("%1 „%2“ braucht %3 und geht nur in der laufenden Tramix-App, nicht in "
                           "der Befehlszeile.")
-        .arg(what, QString::fromUtf8(row.title), QString::fromUtf8(row.work.needs));
+        .arg(what, row.title.in(Language::german), QString::fromUtf8(row.work.needs));
 }
 
 PerformFunction performOf(const CatalogueRow& row, const DesktopHandlers* desktop) {
@@ -58,7 +58,7 @@ PerformFunction performOf(const CatalogueRow& row, const DesktopHandlers* deskto
     if (work.allFiles)
         return work.allFiles;
     const QString refusal = sentenceWithoutDesktop(row);
-    const QString detail = QString::fromUtf8(row.detail);
+    const QString detail = row.detail.in(Language::german);
     DesktopHandlers::Handler handler = desktop ? desktop->*work.handler : nullptr;
     return [desktop, handler, refusal, detail](const QStringList& inputs,
                                                const OutputContext&) -> QStringList {
@@ -71,23 +71,22 @@ PerformFunction performOf(const CatalogueRow& row, const DesktopHandlers* deskto
     };
 }
 
-FileOperation operationOf(const CatalogueRow& row, qsizetype count,
-                          const DesktopHandlers* desktop) {
+FileOperation operationOf(const CatalogueRow& row, qsizetype count, const DesktopHandlers* desktop,
+                          Language language) {
     const bool many = row.detailForMany && count >= 2;
     const QString detail =
-        many ? QString::fromUtf8(row.detailForMany).arg(count) : QString::fromUtf8(row.detail);
+        many ? row.detailForMany.in(language).arg(count) : row.detail.in(language);
     std::optional<QString> symbol;
     if (row.symbol)
         symbol = QString::fromLatin1(row.symbol);
-    return {
-        QString::fromLatin1(row.id), QString::fromUtf8(row.title), detail, symbol, row.work.style,
-        performOf(row, desktop)};
+    return {QString::fromLatin1(row.id), row.title.in(language), detail, symbol, row.work.style,
+            performOf(row, desktop)};
 }
 
 } // namespace
 
 QList<FileOperation> operations(WheelMode mode, const QStringList& paths,
-                                const DesktopHandlers* desktop) {
+                                const DesktopHandlers* desktop, Language language) {
     if (paths.isEmpty())
         return {};
     const std::optional<FileKind> kind = commonKind(paths);
@@ -95,7 +94,7 @@ QList<FileOperation> operations(WheelMode mode, const QStringList& paths,
     QList<FileOperation> result;
     for (const CatalogueRow& row : Catalogue::rows()) {
         if (fits(row, mode, kind, shared))
-            result.append(operationOf(row, paths.size(), desktop));
+            result.append(operationOf(row, paths.size(), desktop, language));
     }
     return result;
 }

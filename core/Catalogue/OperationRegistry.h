@@ -5,6 +5,7 @@
 #include "DesktopHandlers.h"
 #include "FileKind.h"
 #include "FileOperation.h"
+#include "Language.h"
 #include "WheelMode.h"
 
 #include <QList>
@@ -13,11 +14,12 @@
 
 namespace tramix::OperationRegistry {
 
-// The operations of one wheel for these files. Rows that need the desktop call its handlers:
-// without a desktop (the command line) they say so, and a handler not set says that it is not
-// supported.
+// The operations of one wheel for these files, titled in `language`. Rows that need the desktop
+// call its handlers: without a desktop (the command line) they say so, and a handler not set says
+// that it is not supported.
 QList<FileOperation> operations(WheelMode mode, const QStringList& paths,
-                                const DesktopHandlers* desktop = nullptr);
+                                const DesktopHandlers* desktop = nullptr,
+                                Language language = Language::german);
 
 QList<FileOperation> convertOperations(const QStringList& paths);
 QList<FileOperation> toolOperations(const QStringList& paths);

@@ -4,12 +4,15 @@
 
 #include "Catalogue/OperationRegistry.h"
 #include "Editors/EditorWindows.h"
+#include "Screens/SettingsView.h"
+#include "Screens/WelcomeView.h"
 #include "TestFiles.h"
 #include "UI/MenuView.h"
 #include "UI/StatusMenuPanel.h"
 #include "app/Settings/PrivateStores.h"
 #include "app/Settings/ScratchLog.h"
 
+#include <QApplication>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -66,4 +69,64 @@ TEST(AppDelegate, KeysOpenTheirWheelsWithTheirOperationsAndAHeldWheelClosesWithI
     EXPECT_TRUE(messages.filter("Kein Infobereich").size() == 1)
         << messages.join('\n').toStdString();
     EXPECT_TRUE(delegate.menu().view().content().notice.has_value());
+}
+
+TEST(AppDelegate, TheMenusButtonsOpenOneWindowEachAndASessionChangeRestartsTheMonitor) {
+    tramix::test::PrivateStores stores;
+    tramix::test::ScratchLog log(stores.folder.path("state"));
+    AppDelegate delegate(stores.settings, stores.history);
+    delegate.start();
+    // Off screen no drags are seen: the welcome explains it, whatever was seen before.
+    ASSERT_NE(delegate.welcomeWindow(), nullptr);
+    EXPECT_TRUE(delegate.welcomeWindow()->isVisible());
+
+    MenuView& menu = delegate.menu().view();
+    const auto click = [&](MenuView::Target::Kind kind) {
+        for (const MenuView::Target& target : MenuView::layout(menu.content()).targets)
+            if (target.kind == kind)
+                return menu.activate(target.rect.center());
+        ADD_FAILURE() << "the menu has no target " << kind;
+    };
+    const auto visibleSettings = [] {
+        qsizetype count = 0;
+        for (QWidget* window : QApplication::topLevelWidgets())
+            count += qobject_cast<SettingsView*>(window) && window->isVisible();
+        return count;
+    };
+    click(MenuView::Target::settings);
+    SettingsView* settings = delegate.settingsWindow();
+    ASSERT_NE(settings, nullptr);
+    EXPECT_TRUE(settings->isVisible());
+    click(MenuView::Target::settings);
+    EXPECT_EQ(delegate.settingsWindow(), settings) << "the open window comes to the front";
+    EXPECT_EQ(visibleSettings(), 1);
+
+    delegate.welcomeWindow()->close();
+    click(MenuView::Target::guide);
+    EXPECT_TRUE(delegate.welcomeWindow()->isVisible()) << "the guide shows it always";
+    delegate.welcomeWindow()->onDone();
+    EXPECT_TRUE(stores.settings.hasSeenWelcome());
+    EXPECT_FALSE(delegate.welcomeWindow()->isVisible());
+
+    // The menu's notice leads to the explanation.
+    ASSERT_TRUE(menu.content().noticeAction.has_value());
+    click(MenuView::Target::notice);
+    EXPECT_TRUE(delegate.welcomeWindow()->isVisible());
+
+    // A session that starts showing drags, and one that stops: one line each, a monitor
+    // started anew each time, and the notice gone while drags are seen.
+    const auto restarts = [&] { return log.messages().filter("Drag-Erkennung").size(); };
+    const qsizetype before = restarts();
+    tramix::DragSession now{tramix::DragSession::Kind::x11, true, true};
+    delegate.permissions().setSource([&] { return now; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return delegate.permissions().isTrusted(); }));
+    EXPECT_EQ(restarts(), before + 1);
+    EXPECT_FALSE(menu.content().notice.has_value());
+    now = {tramix::DragSession::Kind::wayland, false, false};
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !delegate.permissions().isTrusted(); }));
+    EXPECT_EQ(restarts(), before + 2);
+    EXPECT_TRUE(menu.content().notice.has_value());
+    const QStringList messages = log.messages();
+    EXPECT_EQ(messages.count("Bedienungshilfen: erlaubt"), 1);
+    EXPECT_EQ(messages.count("Bedienungshilfen: nicht erlaubt"), 1);
 }

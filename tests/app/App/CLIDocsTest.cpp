@@ -54,9 +54,10 @@ TEST(CLIHelp, NamesEveryCommandAndEveryOperationWithItsDetail) {
     }
     for (const tramix::CatalogueRow& row : tramix::Catalogue::rows()) {
         // The id, padding, then its detail text on the same line.
-        const QRegularExpression line("^    " + QRegularExpression::escape(row.id) + " +" +
-                                          QRegularExpression::escape(QString::fromUtf8(row.detail)),
-                                      QRegularExpression::MultilineOption);
+        const QRegularExpression line(
+            "^    " + QRegularExpression::escape(row.id) + " +" +
+                QRegularExpression::escape(row.detail.in(tramix::Language::german)),
+            QRegularExpression::MultilineOption);
         EXPECT_TRUE(line.match(help.out).hasMatch()) << row.id;
     }
     EXPECT_TRUE(help.out.contains("~/.local/state/Tramix/Tramix.log"));

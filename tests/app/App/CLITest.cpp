@@ -90,6 +90,8 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
         {{"--render-shelf"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-menubar-icon"}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-wheel", "tools"}, "Fehler: Ausgabepfad fehlt."},
+        {{"--render-welcome"}, "Fehler: Ausgabepfad fehlt."},
+        {{"--render-settings", ""}, "Fehler: Ausgabepfad fehlt."},
         {{"--render-editor", "crop"}, "Fehler: --render-editor <art> out.png dateien… [dark]"},
         {{"--render-editor", "collage", "out.png"}, "Fehler: Unbekannter Editor collage"},
     };
@@ -106,8 +108,7 @@ TEST(CLI, UsageAndLookupFailuresPrintFehlerAndExitWithOne) {
     EXPECT_EQ(unreadable.status, 1);
     EXPECT_EQ(unreadable.out, "Fehler: Rendern fehlgeschlagen.\n");
     QList<QStringList> renderings;
-    for (const char* command : {"--render-scene", "--render-og", "--render-dmg-background",
-                                "--render-welcome", "--render-settings"})
+    for (const char* command : {"--render-scene", "--render-og", "--render-dmg-background"})
         renderings.append({command, unwritten});
     for (const QStringList& args : renderings) {
         const auto result = runTramix(args);

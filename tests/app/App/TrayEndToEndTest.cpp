@@ -9,7 +9,9 @@
 #include "TestFiles.h"
 #include "TestImages.h"
 #include "TestPDFs.h"
+#include "UI/MenuView.h"
 #include "app/Drag/DragHarness.h"
+#include "app/Settings/PrivateStores.h"
 #include "app/Settings/ScratchLog.h"
 
 #include <QFileInfo>
@@ -70,17 +72,31 @@ qsizetype visibleAppWindows() {
     return xdotoolSearch({"--classname", "tramix"}).split('\n', Qt::SkipEmptyParts).size();
 }
 
-// Points XDG_CONFIG_HOME at a private folder while the test runs.
-class ScratchConfig {
+// Whether a window of the app with exactly this title is on screen.
+bool windowShown(const QString& title) {
+    return !xdotoolSearch({"--name", "^" + QRegularExpression::escape(title) + "$"}).isEmpty();
+}
+
+// Sets an environment variable, which the app inherits, while the test runs.
+class ScratchVariable {
 public:
-    explicit ScratchConfig(const QString& configHome)
-        : previous_(qgetenv("XDG_CONFIG_HOME")) {
-        qputenv("XDG_CONFIG_HOME", configHome.toLocal8Bit());
+    ScratchVariable(const char* name, const QByteArray& value)
+        : name_(name)
+        , previous_(qgetenv(name))
+        , hadPrevious_(qEnvironmentVariableIsSet(name)) {
+        qputenv(name, value);
     }
-    ~ScratchConfig() { qputenv("XDG_CONFIG_HOME", previous_); }
+    ~ScratchVariable() {
+        if (hadPrevious_)
+            qputenv(name_, previous_);
+        else
+            qunsetenv(name_);
+    }
 
 private:
+    const char* name_;
     QByteArray previous_;
+    bool hadPrevious_;
 };
 
 // The app inherits private state and config folders, so its log, settings and count start
@@ -107,15 +123,17 @@ protected:
         return found;
     }
 
-    int total() const {
-        return QSettings(folder.path("config/Tramix/Tramix.conf"), QSettings::IniFormat)
-            .value("totalConversions", 0)
-            .toInt();
+    // What the app has stored under `key` by now.
+    QVariant stored(const QString& key) const {
+        return QSettings(folder.path("config/Tramix/Tramix.conf"), QSettings::IniFormat).value(key);
     }
 
-    // Drags `files` from a source, taps the key of `mode` and drops on the segment of `id`.
+    int total() const { return stored("totalConversions").toInt(); }
+
+    // Drags `files` from a source, taps the key of `mode` (or `key`, where the settings bound
+    // another) and drops on the segment of `id`.
     void dropOn(const QStringList& files, WheelMode mode, const QString& id,
-                SourceKit kit = SourceKit::qt) {
+                SourceKit kit = SourceKit::qt, const QString& key = {}) {
         QList<FileOperation> operations = OperationRegistry::operations(mode, files);
         if (mode == WheelMode::tools)
             operations = EditorWindows::shared().tools(files, operations);
@@ -131,9 +149,10 @@ protected:
             return !waitForLog(QStringLiteral("Maustaste gedrückt")).isEmpty();
         }));
         waitForLog(QStringLiteral("Datei-Drag erkannt"));
-        input.tap({mode == WheelMode::actions ? "Control_L"
-                   : mode == WheelMode::tools ? "Super_L"
-                                              : "Shift_L"});
+        const QString defaultKey = mode == WheelMode::actions ? QStringLiteral("Control_L")
+                                   : mode == WheelMode::tools ? QStringLiteral("Super_L")
+                                                              : QStringLiteral("Shift_L");
+        input.tap({key.isEmpty() ? defaultKey : key});
         waitForLog(QStringLiteral("Rad %1 mit").arg(mode.rawValue()));
         input.glide(open, target, 5);
         ASSERT_TRUE(waitUntilAccepted(source));
@@ -144,7 +163,7 @@ protected:
 
     TestFolder folder;
     ScratchLog log{folder.path("state")};
-    ScratchConfig config{folder.path("config")};
+    ScratchVariable config{"XDG_CONFIG_HOME", folder.path("config").toLocal8Bit()};
     qsizetype read = 0;
     const QPoint open{700, 500};
 };
@@ -217,7 +236,7 @@ TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses)
     waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
 
     dropOn({photo}, WheelMode::convert, "convert.image.png");
-    EXPECT_EQ(waitForLog(QStringLiteral("Toast: Fertig in")).section(" · ", 1),
+    EXPECT_EQ(waitForLog("Toast: " + UILanguage::text("Fertig in", "Done in")).section(" · ", 1),
               QStringLiteral("Urlaub.png"));
     EXPECT_EQ(waitForLog(QStringLiteral("Verlauf: ")), QStringLiteral("Verlauf: PNG"));
     EXPECT_TRUE(QFileInfo::exists(folder.path("Urlaub.png")));
@@ -228,13 +247,83 @@ TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses)
     const QString good = saveImage(photoLike(320, 240), folder.path("Strand.jpg"), "[Q=90]");
     const QString broken = folder.file("kaputt.jpg", "not a JPEG at all");
     dropOn({good, broken}, WheelMode::convert, "convert.image.png");
-    const QString failed = waitForLog(QStringLiteral("Toast: Fehlgeschlagen"));
+    const QString failed = waitForLog("Toast: " + UILanguage::text("Fehlgeschlagen", "Failed"));
     EXPECT_TRUE(failed.contains(QStringLiteral("„kaputt.jpg“"))) << failed.toStdString();
     EXPECT_EQ(waitForLog(QStringLiteral("Verlauf: ")),
               QStringLiteral("Verlauf: PNG (fehlgeschlagen)"));
     EXPECT_TRUE(QFileInfo::exists(folder.path("Strand.png")));
     EXPECT_FALSE(QFileInfo::exists(folder.path("kaputt.png")));
     EXPECT_EQ(total(), 1);
+}
+
+// A first start welcomes; once finished, the next start shows nothing. The menu's settings
+// window then gives the formats wheel Ctrl (taking it from the actions wheel) and sends the
+// results to a folder, and the very next drag obeys both.
+TEST_F(TrayApp, WelcomesOnceAndTheSettingsWindowRebindsAKeyAndMovesTheResults) {
+    // The app speaks German here, whatever the machine's language.
+    const ScratchVariable german("LANGUAGE", "de");
+    ChildProcess host(QStringLiteral(TRAY_HOST_BINARY), {});
+    ASSERT_TRUE(host.waitFor(QRegularExpression("^ready$"), startDeadlineMs));
+    const QString welcome = QStringLiteral("Willkommen bei Tramix");
+    const QRegularExpression docked("^docked (\\d+) (\\d+)$");
+    {
+        ChildProcess app(TRAMIX_BINARY, {});
+        ASSERT_TRUE(host.waitFor(docked, startDeadlineMs)) << "the tray icon never docked";
+        waitForLog(QStringLiteral("Willkommensfenster gezeigt"), startDeadlineMs);
+        ASSERT_TRUE(waitUntil([&] { return windowShown(welcome); }));
+        // "Los geht's" has the focus.
+        ASSERT_TRUE(xdotool({"key", "Return"}));
+        waitForLog(QStringLiteral("Willkommen abgeschlossen"));
+        EXPECT_TRUE(waitUntil([&] { return !windowShown(welcome); }));
+        EXPECT_TRUE(stored("hasSeenWelcome").toBool());
+    }
+
+    ChildProcess app(TRAMIX_BINARY, {});
+    waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
+    const auto icon = host.waitFor(docked, startDeadlineMs);
+    ASSERT_TRUE(icon) << "the tray icon never docked again";
+    ASSERT_TRUE(clickAt(QPoint(icon->captured(1).toInt(), icon->captured(2).toInt())));
+    const QRect menu = waitForMenu(true);
+    ASSERT_FALSE(menu.isEmpty());
+    // The menu answers only once start-up is through, and start-up shows the welcome, if any.
+    EXPECT_FALSE(log.messages().mid(read).contains("Willkommensfenster gezeigt"));
+    EXPECT_FALSE(windowShown(welcome));
+
+    const QString title = QStringLiteral("Tramix – Einstellungen");
+    // The gear sits where the menu's layout puts it, whatever the menu holds.
+    PrivateStores fresh;
+    QPoint gear;
+    for (const MenuView::Target& target :
+         MenuView::layout(MenuContent::make(fresh.settings, fresh.history, true)).targets) {
+        if (target.kind == MenuView::Target::settings)
+            gear = menu.topLeft() + target.rect.center().toPoint();
+    }
+    ASSERT_TRUE(clickAt(gear));
+    ASSERT_TRUE(waitUntil([&] { return windowShown(title); })) << "no settings window";
+
+    // The focus starts on the first control; the next one is the formats wheel's key.
+    ASSERT_TRUE(xdotool({"key", "Tab", "Right", "space"}));
+    ASSERT_TRUE(waitUntil([&] { return stored("keys/convert").toString() == "control"; }));
+    EXPECT_EQ(stored("keys/actions").toString(), "shift") << "the actions wheel takes its key";
+
+    // On to where results go, past the two other wheels; the folder chooser asks at once.
+    const QString results = folder.folder("Ergebnisse");
+    ASSERT_TRUE(xdotool({"key", "Tab", "Tab", "Tab", "Right", "space"}));
+    ASSERT_TRUE(waitUntil([] { return windowShown(QStringLiteral("Ordner für die Ergebnisse")); }))
+        << "no folder chooser";
+    ASSERT_TRUE(xdotool({"type", "--delay", "5", results}));
+    ASSERT_TRUE(xdotool({"key", "Return"}));
+    ASSERT_TRUE(waitUntil([&] { return stored("outputFolder").toString() == results; }));
+    EXPECT_FALSE(stored("writeNextToOriginal").toBool());
+    ASSERT_TRUE(xdotool({"key", "Escape"}));
+    EXPECT_TRUE(waitUntil([&] { return !windowShown(title); })) << "Escape left it open";
+
+    const QString photo = saveImage(photoLike(320, 240), folder.path("Urlaub.jpg"), "[Q=90]");
+    dropOn({photo}, WheelMode::convert, "convert.image.png", SourceKit::qt,
+           QStringLiteral("Control_L"));
+    waitForLog(QStringLiteral("Toast: Fertig in"));
+    EXPECT_TRUE(QFileInfo::exists(results + "/Urlaub.png"));
+    EXPECT_FALSE(QFileInfo::exists(folder.path("Urlaub.png")));
 }
 
 // What a user pastes after dropping files on KOPIEREN or PFAD, from a Qt and a GTK drag; FLOAT

@@ -88,7 +88,8 @@ TEST(WheelModel, HoveredOperationOnlyInsideThePageAndChangesAreAnnounced) {
     EXPECT_EQ(spy.size(), before) << "an unchanged value is no change";
 
     EXPECT_EQ(WheelModel::labelForFiles({"/a/b/IMG_0412.heic"}), "IMG_0412.heic");
-    EXPECT_EQ(WheelModel::labelForFiles({"/a/x.jpg", "/a/y.jpg", "/b/z.pdf"}), "3 Dateien");
+    EXPECT_EQ(WheelModel::labelForFiles({"/a/x.jpg", "/a/y.jpg", "/b/z.pdf"}, true), "3 Dateien");
+    EXPECT_EQ(WheelModel::labelForFiles({"/a/x.jpg", "/a/y.jpg"}, false), "2 files");
 }
 
 TEST(WheelGeometry, HitTestFindsTheCentreSegmentsClockwiseFromTheTopAndOutside) {
@@ -132,10 +133,13 @@ TEST(WheelGeometry, EveryDetailFitsTheCentreWithoutClipping) {
     font.setWeight(QFont::DemiBold);
     const double radius = WheelGeometry().centerRadius - 5;
     for (const CatalogueRow& row : Catalogue::rows()) {
-        for (const char* detail : {row.detail, row.detailForMany}) {
+        for (const auto& [detail, language] : {std::pair{row.detail, Language::german},
+                                               {row.detail, Language::english},
+                                               {row.detailForMany, Language::german},
+                                               {row.detailForMany, Language::english}}) {
             if (!detail)
                 continue;
-            const QString text = QString::fromUtf8(detail).arg(12);
+            const QString text = detail.in(language).arg(12);
             const CenterText fitted = CenterText::fit(text, font, radius);
             EXPECT_EQ(fitted.lines.join(u' '), text) << "elided";
             const QFontMetricsF metrics(fitted.font);

@@ -25,6 +25,7 @@ struct Fixture : tramix::test::PrivateStores {
     ToastModel::State started;
 
     Fixture() {
+        jobs.german = true;
         jobs.playSound = [this] { ++sounds; };
         // Revealing would start a file manager.
         jobs.toast().onOpen = [](const QStringList&) {};
@@ -70,7 +71,7 @@ TEST(JobCenter, ConvertsAJpegToPngAndReportsItDoneWithSoundHistoryAndTotal) {
     const FileOperation png = pngOperation({jpeg});
     f.runAndWait(png, {jpeg});
     // The working toast was up at once, with the bare title for a single file.
-    EXPECT_EQ(f.started, ToastModel::State::makeWorking(png.title));
+    EXPECT_EQ(f.started, ToastModel::State::makeWorking(png.title, true));
 
     EXPECT_TRUE(QFileInfo(f.folder.path("Urlaub.png")).isFile());
     EXPECT_EQ(f.toast().kind, ToastModel::State::done);
@@ -104,7 +105,7 @@ TEST(JobCenter, OneDamagedFileOfTwoFailsTheJobButKeepsTheGoodOutput) {
     EXPECT_TRUE(QFileInfo(f.folder.path("gut.png")).isFile());
     EXPECT_FALSE(QFileInfo::exists(f.folder.path("kaputt.png")));
     EXPECT_EQ(f.toast(),
-              ToastModel::State::makeFailed("„kaputt.jpg“ konnte nicht gelesen werden."));
+              ToastModel::State::makeFailed("„kaputt.jpg“ konnte nicht gelesen werden.", true));
     EXPECT_EQ(f.sounds, 0) << "a failure never plays the sound";
     ASSERT_EQ(f.history.entries().size(), 1);
     EXPECT_TRUE(f.history.entries().first().failed);
@@ -114,6 +115,13 @@ TEST(JobCenter, OneDamagedFileOfTwoFailsTheJobButKeepsTheGoodOutput) {
     EXPECT_TRUE(f.toast().subtitle().startsWith("2 von 3 fehlgeschlagen: „"))
         << f.toast().subtitle().toStdString();
     EXPECT_EQ(f.history.total(), 0);
+
+    // An English interface puts English words around them.
+    f.jobs.german = false;
+    f.runAndWait(png, {good, bad, f.folder.file("leer2.jpg", "")});
+    EXPECT_EQ(f.started.title(), png.title + " · 3 files");
+    EXPECT_TRUE(f.toast().subtitle().startsWith("2 of 3 failed: „"));
+    EXPECT_EQ(f.toast().title(), "Failed");
 }
 
 TEST(JobCenter, InstantActionsReportOnlyTheirFailuresAndSettingsChooseTheContext) {

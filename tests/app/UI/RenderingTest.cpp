@@ -69,3 +69,18 @@ TEST(Rendering, TheMenuInLightAndDarkAndTheIcons) {
     EXPECT_EQ(bar.size(), QSize(44, 44));
     EXPECT_EQ(bar.pixelColor(0, 0).alpha(), 0);
 }
+
+TEST(Rendering, TheWelcomeAndSettingsWindowsInLightAndDark) {
+    Renderer render;
+    for (const char* screen : {"--render-welcome", "--render-settings"}) {
+        const QImage light = render({screen, "out.png"});
+        const QImage dark = render({screen, "out.png", "dark"});
+        ASSERT_FALSE(light.isNull()) << screen;
+        EXPECT_EQ(dark.size(), light.size()) << screen;
+        EXPECT_GT(light.width(), 1000) << "a whole window at twice its size";
+        // The window's own background, away from every control, in the scheme asked for.
+        const QPoint corner(light.width() - 6, light.height() - 6);
+        EXPECT_GT(light.pixelColor(corner).lightness(), 220) << screen;
+        EXPECT_LT(dark.pixelColor(corner).lightness(), 70) << screen;
+    }
+}

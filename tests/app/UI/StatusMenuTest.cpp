@@ -31,8 +31,8 @@ TEST(StatusMenu, ContentFollowsSettingsHistoryAndLanguage) {
     EXPECT_FALSE(de.hintDetail.isEmpty()) << "a tapped key needs explaining";
     QStringList keys;
     for (const MenuContent::ModeRow& row : de.modes)
-        keys.append(row.keySymbol + " " + row.title);
-    EXPECT_EQ(keys, QStringList({"⇧ Formate", "⌘ Werkzeuge", "⌃ Aktionen"}));
+        keys.append(row.keyName + " " + row.title);
+    EXPECT_EQ(keys, QStringList({"Umschalt Formate", "Super Werkzeuge", "Strg Aktionen"}));
     EXPECT_EQ(de.total, 1);
     ASSERT_EQ(de.recent.size(), 2);
     EXPECT_EQ(de.recent[0].title, "PDF teilen") << "newest first";
@@ -45,11 +45,12 @@ TEST(StatusMenu, ContentFollowsSettingsHistoryAndLanguage) {
     const MenuContent hold = MenuContent::make(s.settings, s.history, true);
     EXPECT_EQ(hold.hint, "Datei ziehen, Taste halten, loslassen.");
     EXPECT_TRUE(hold.hintDetail.isEmpty());
-    EXPECT_EQ(hold.modes[1].keySymbol, "⌥");
+    EXPECT_EQ(hold.modes[1].keyName, "Alt");
 
     const MenuContent en = MenuContent::make(s.settings, s.history, false);
     EXPECT_EQ(en.hint, "Drag a file, hold a key, let go.");
     EXPECT_EQ(en.modes[0].title, "Formats");
+    EXPECT_EQ(en.modes[0].keyName, "Shift");
     EXPECT_EQ(en.quitLabel, "Quit");
 }
 
@@ -69,6 +70,7 @@ TEST(StatusMenu, OpensUnderTheIconAndItsPartsDoWhatTheySay) {
     view->openSettings = [&] { done.append("settings"); };
     view->openWelcome = [&] { done.append("welcome"); };
     view->openShelf = [&] { done.append("shelf"); };
+    view->openNotice = [&] { done.append("notice"); };
     view->quit = [&] { done.append("quit"); };
     view->openRecent = [&](const QStringList& outputs) { opened.append(outputs); };
 
@@ -83,10 +85,16 @@ TEST(StatusMenu, OpensUnderTheIconAndItsPartsDoWhatTheySay) {
     ASSERT_TRUE(panel.isOpen());
     EXPECT_EQ(panel.size(), view->sizeHint());
 
+    // A notice with a way on is one more target; without one it is plain text.
+    view->setNotice(QStringLiteral("In dieser Wayland-Sitzung sieht Tramix nichts."));
+    const qsizetype plain = MenuView::layout(view->content()).targets.size();
+    view->setNotice(QStringLiteral("In dieser Wayland-Sitzung sieht Tramix nichts."),
+                    QStringLiteral("Mehr dazu"));
+    EXPECT_EQ(MenuView::layout(view->content()).targets.size(), plain + 1);
     for (const MenuView::Target& target : MenuView::layout(view->content()).targets)
         view->activate(target.rect.center());
     view->activate(QPointF(MenuView::width / 2.0, 2)); // the plain card does nothing
     done.sort();
-    EXPECT_EQ(done, QStringList({"quit", "settings", "shelf", "welcome"}));
+    EXPECT_EQ(done, QStringList({"notice", "quit", "settings", "shelf", "welcome"}));
     EXPECT_EQ(opened, QStringList({"/tmp/WEBP", "/tmp/PNG"})) << "recent rows, newest first";
 }

@@ -12,26 +12,35 @@
 using namespace tramix;
 using State = ToastModel::State;
 
-TEST(Toast, TextsOfEachState) {
-    EXPECT_EQ(State::makeWorking("PNG").subtitle(), "Läuft lokal auf deinem Rechner …");
-    State working = State::makeWorking("PNG · 4 Dateien");
+TEST(Toast, TextsOfEachStateInBothLanguages) {
+    constexpr bool german = true;
+    EXPECT_EQ(State::makeWorking("PNG", german).subtitle(), "Läuft lokal auf deinem Rechner …");
+    State working = State::makeWorking("PNG · 4 Dateien", german);
     working.finished = 1;
     working.total = 4;
     EXPECT_EQ(working.subtitle(), "1 von 4 Dateien fertig");
     EXPECT_FALSE(working.clickable());
 
-    const State one = State::makeDone("Fertig in 340 ms", {"/tmp/a/Urlaub.png"});
+    const State one = State::makeDone("Fertig in 340 ms", {"/tmp/a/Urlaub.png"}, german);
     EXPECT_EQ(one.title(), "Fertig in 340 ms");
     EXPECT_EQ(one.subtitle(), "Urlaub.png");
     EXPECT_TRUE(one.clickable());
-    const State three = State::makeDone("Fertig in 1.2 s", {"/a.png", "/b.png", "/c.png"});
+    const State three = State::makeDone("Fertig in 1.2 s", {"/a.png", "/b.png", "/c.png"}, german);
     EXPECT_EQ(three.subtitle(), "3 Dateien · Klicken zum Zeigen");
-    EXPECT_FALSE(State::makeDone("Fertig in 3 ms", {}).clickable());
+    EXPECT_FALSE(State::makeDone("Fertig in 3 ms", {}, german).clickable());
 
-    const State failed = State::makeFailed("„x.jpg“ konnte nicht gelesen werden.");
+    const State failed = State::makeFailed("„x.jpg“ konnte nicht gelesen werden.", german);
     EXPECT_EQ(failed.title(), "Fehlgeschlagen");
     EXPECT_EQ(failed.subtitle(), "„x.jpg“ konnte nicht gelesen werden.");
     EXPECT_FALSE(failed.clickable());
+
+    // An English interface adds English words around the same texts.
+    working.german = false;
+    EXPECT_EQ(working.subtitle(), "1 of 4 files done");
+    EXPECT_EQ(State::makeWorking("PNG", !german).subtitle(), "Running locally on your computer …");
+    EXPECT_EQ(State::makeDone("Done in 1.2 s", {"/a.png", "/b.png"}, !german).subtitle(),
+              "2 files · Click to show");
+    EXPECT_EQ(State::makeFailed("x", !german).title(), "Failed");
 
     // Long texts widen the card up to a bound; short ones keep the standard width.
     EXPECT_EQ(ToastView::fittingSize(one).width(), ToastView::minimumWidth);

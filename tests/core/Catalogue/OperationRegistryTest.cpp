@@ -109,6 +109,26 @@ TEST(OperationRegistry, ImagesToPdfIsOneDocumentNamedByTheImageCount) {
     EXPECT_EQ(toPDF({dir.file("d.png")}).style, OperationStyle::combined);
 }
 
+TEST(OperationRegistry, TheInterfaceGetsEveryTextInEnglishTooAndTheDefaultStaysGerman) {
+    test::TestFolder dir;
+    const QStringList images = {dir.file("b.jpg"), dir.file("c.png")};
+    const auto english = [&](WheelMode mode) {
+        return OperationRegistry::operations(mode, images, nullptr, Language::english);
+    };
+    EXPECT_EQ(find(english(WheelMode::tools), "tool.image.pdf").detail, "2 images in one PDF");
+    EXPECT_EQ(find(english(WheelMode::convert), "convert.image.webp").detail, "Convert to WEBP");
+    EXPECT_EQ(find(english(WheelMode::actions), "action.copy").title, "COPY");
+    EXPECT_EQ(find(OperationRegistry::operations(WheelMode::actions, images), "action.copy").title,
+              "KOPIEREN");
+    // Only names that read the same in both languages (formats, TEXT, WEB) lack an English
+    // text; every sentence has one.
+    for (const CatalogueRow& row : Catalogue::rows()) {
+        EXPECT_TRUE(row.detail.english) << row.id;
+        EXPECT_TRUE(!row.detailForMany || row.detailForMany.english) << row.id;
+        EXPECT_TRUE(row.title.english || QString::fromUtf8(row.title.german).size() <= 8) << row.id;
+    }
+}
+
 TEST(OperationRegistry, ActionsRunOnTheDesktopOrSayWhatTheyNeed) {
     test::TestFolder dir;
     const QStringList files = {dir.file("a.txt"), dir.file("b.txt")};
