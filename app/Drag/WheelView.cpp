@@ -123,21 +123,24 @@ void paintCenter(QPainter& p, const WheelModel& model, const WheelGeometry& g, Q
                  Qt::AlignCenter | Qt::TextWordWrap);
         return;
     }
-    const QString header =
-        (model.key().symbol() + ' ' + model.mode().title(UILanguage::current())).toUpper();
+    // The mode on top; below the file, the key that opened it, or the page while there are more.
+    const QString header = model.mode().title(UILanguage::current()).toUpper();
     drawText(p, QRectF(inner.left(), c.y() - 24, width, 14), header,
              font(device, 8.5, QFont::Bold, 0.6), palette.secondaryText);
     const QFont labelFont = font(device, 10.5, QFont::DemiBold);
     const QString label =
         QFontMetricsF(labelFont).elidedText(model.fileLabel(), Qt::ElideMiddle, width);
     drawText(p, QRectF(inner.left(), c.y() - 8, width, 18), label, labelFont, palette.text);
+    const QRectF footer(inner.left(), c.y() + 14, width, 14);
     if (model.pageCount() >= 2) {
         const QString hint =
             UILanguage::text(QStringLiteral("MEHR %1/%2"), QStringLiteral("MORE %1/%2"))
                 .arg(model.page() + 1)
                 .arg(model.pageCount());
-        drawText(p, QRectF(inner.left(), c.y() + 14, width, 14), hint,
-                 font(device, 8.5, QFont::Bold, 0.4), palette.accent);
+        drawText(p, footer, hint, font(device, 8.5, QFont::Bold, 0.4), palette.accent);
+    } else {
+        drawText(p, footer, model.key().name(UILanguage::german()).toUpper(),
+                 font(device, 8, QFont::Bold, 0.6), palette.secondaryText);
     }
 }
 
