@@ -27,8 +27,8 @@ constexpr double blurRadiusPerSigma = 2;
 constexpr double smallSigma = 3;
 // The shadow's shape is taken from a copy of the image with at most this many pixels per edge.
 constexpr int shadowSourceEdge = 1024;
-// The grid a gradient is worked out on before it is enlarged to the canvas.
-constexpr int gradientGridEdge = 256;
+// The side of the block of pixels that one point of a gradient's grid stands for.
+constexpr int gradientBlock = 4;
 // An opaque image's shape needs no pixels of its own: any small opaque block stands in for it.
 constexpr int opaqueShapeEdge = 16;
 
@@ -160,20 +160,19 @@ VImage gradient(const GradientPreset& preset, int width, int height) {
     return colour.round(VIPS_OPERATION_ROUND_RINT).cast(VIPS_FORMAT_UCHAR);
 }
 
-// A gradient has no detail: it is worked out on a small grid and enlarged, which saves the
-// float arithmetic on every pixel of the canvas.
+// A gradient has no detail: it is worked out on a grid of one point per block of pixels and each
+// point is repeated over its block. Eight bits already hold every level over several pixels, so
+// the blocks change by less than one level and cannot be seen; the float arithmetic on every
+// pixel of the canvas is saved.
 VImage smoothGradient(const GradientPreset& preset, int width, int height) {
-    const double scale = std::min(1.0, double(gradientGridEdge) / std::max(width, height));
-    if (scale >= 1)
+    if (width < gradientBlock * 8 || height < gradientBlock * 8)
         return gradient(preset, width, height);
-    const int smallWidth = std::max(2, int(std::lround(width * scale)));
-    const int smallHeight = std::max(2, int(std::lround(height * scale)));
-    const VImage small = gradient(preset, smallWidth, smallHeight).copy_memory();
-    const VImage large =
-        small.resize(double(width) / smallWidth, VImage::option()
-                                                     ->set("vscale", double(height) / smallHeight)
-                                                     ->set("kernel", VIPS_KERNEL_LINEAR));
-    return large.embed(0, 0, width, height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
+    const int gridWidth = (width + gradientBlock - 1) / gradientBlock;
+    const int gridHeight = (height + gradientBlock - 1) / gradientBlock;
+    return gradient(preset, gridWidth, gridHeight)
+        .copy_memory()
+        .zoom(gradientBlock, gradientBlock)
+        .extract_area(0, 0, width, height);
 }
 
 VImage fillFor(const BackdropStyle::Fill& fill, int width, int height) {
