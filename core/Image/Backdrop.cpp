@@ -251,6 +251,24 @@ VImage blendedOnOpaque(const std::vector<VImage>& layers) {
         VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
 }
 
+// An opaque picture replaces the canvas where it lies; only its rounded corners, `corner` pixels
+// square, are blended by their mask. That saves a blend over the whole canvas.
+VImage withOpaquePicture(const VImage& canvas, const VImage& picture, QPoint at, int corner) {
+    VImage result = canvas.insert(picture, at.x(), at.y());
+    const int cw = std::min(corner, picture.width()), ch = std::min(corner, picture.height());
+    if (cw < 1 || ch < 1)
+        return result;
+    for (const QPoint offset :
+         {QPoint(0, 0), QPoint(picture.width() - cw, 0), QPoint(0, picture.height() - ch),
+          QPoint(picture.width() - cw, picture.height() - ch)}) {
+        const VImage piece = picture.extract_area(offset.x(), offset.y(), cw, ch);
+        const VImage under = canvas.extract_area(at.x() + offset.x(), at.y() + offset.y(), cw, ch);
+        result = result.insert(blendedOnOpaque({under, piece}), at.x() + offset.x(),
+                               at.y() + offset.y());
+    }
+    return result;
+}
+
 VImage rendered(const VImage& image, const VImage& shapeSource, const BackdropStyle& style) {
     const Geometry g = geometry(image.width(), image.height(), style);
     const int canvasWidth = std::max(1, int(g.canvasWidth));
@@ -274,8 +292,14 @@ VImage rendered(const VImage& image, const VImage& shapeSource, const BackdropSt
                                      style.cornerRadius * std::min(g.width, g.height), style.shadow,
                                      at));
     }
-    layers.push_back(picture.embed(at.x(), at.y(), canvasWidth, canvasHeight));
-    return isOpaque(style.fill) ? blendedOnOpaque(layers) : composited(std::move(layers));
+    if (!isOpaque(style.fill)) {
+        layers.push_back(picture.embed(at.x(), at.y(), canvasWidth, canvasHeight));
+        return composited(std::move(layers));
+    }
+    VImage canvas = blendedOnOpaque(layers);
+    if (image.has_alpha())
+        return blendedOnOpaque({canvas, picture.embed(at.x(), at.y(), canvasWidth, canvasHeight)});
+    return withOpaquePicture(canvas, picture, at, int(std::ceil(radius)));
 }
 
 } // namespace
