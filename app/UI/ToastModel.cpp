@@ -5,26 +5,44 @@
 namespace tramix {
 
 ToastModel::State ToastModel::State::makeWorking(const QString& text) {
-    return {working, text, {}, 0, 0};
+    return {working, text, {}, 0, 0, -1, false};
 }
 
 ToastModel::State ToastModel::State::makeDone(const QString& title, const QStringList& outputs) {
-    return {done, title, outputs, 0, 0};
+    return {done, title, outputs, 0, 0, -1, false};
 }
 
 ToastModel::State ToastModel::State::makeFailed(const QString& message) {
-    return {failed, message, {}, 0, 0};
+    return {failed, message, {}, 0, 0, -1, false};
+}
+
+ToastModel::State ToastModel::State::makeCancelled(const QString& note) {
+    return {cancelled, note, {}, 0, 0, -1, false};
 }
 
 QString ToastModel::State::title() const {
-    return kind == failed ? QStringLiteral("Fehlgeschlagen") : text;
+    switch (kind) {
+    case failed:
+        return QStringLiteral("Fehlgeschlagen");
+    case cancelled:
+        return QStringLiteral("Abgebrochen");
+    default:
+        return text;
+    }
 }
 
 QString ToastModel::State::subtitle() const {
     switch (kind) {
     case working:
+        if (total > 0 && fraction >= 0)
+            return QStringLiteral("%1 von %2 Dateien fertig · %3 %")
+                .arg(finished)
+                .arg(total)
+                .arg(int(fraction * 100));
         if (total > 0)
             return QStringLiteral("%1 von %2 Dateien fertig").arg(finished).arg(total);
+        if (fraction >= 0)
+            return QStringLiteral("%1 % fertig").arg(int(fraction * 100));
         return QStringLiteral("Läuft lokal auf deinem Rechner …");
     case done:
         if (outputs.size() == 1)
@@ -33,6 +51,7 @@ QString ToastModel::State::subtitle() const {
             return {};
         return QStringLiteral("%1 Dateien · Klicken zum Zeigen").arg(outputs.size());
     case failed:
+    case cancelled:
         return text;
     }
     return {};
@@ -54,6 +73,14 @@ void ToastModel::setProgress(qsizetype finished, qsizetype total) {
     State next = state_;
     next.finished = finished;
     next.total = total;
+    setState(next);
+}
+
+void ToastModel::setFraction(double fraction) {
+    if (state_.kind != State::working)
+        return;
+    State next = state_;
+    next.fraction = fraction;
     setState(next);
 }
 

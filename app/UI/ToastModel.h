@@ -1,5 +1,5 @@
-// What the toast says: a job that runs, one that is done (a click shows its files) or one that
-// failed. Views repaint from its signals.
+// What the toast says: a job that runs (with a cancel control), one that is done (a click shows
+// its files), one that failed or one the user stopped. Views repaint from its signals.
 #pragma once
 
 #include <QObject>
@@ -11,7 +11,7 @@ class ToastModel : public QObject {
     Q_OBJECT
 public:
     struct State {
-        enum Kind { working, done, failed };
+        enum Kind { working, done, failed, cancelled };
 
         Kind kind = working;
         QString text;        // working: what runs; done: the title; failed: the message
@@ -19,10 +19,15 @@ public:
         // Working only: how many files have ended of how many the job has; total 0 shows none.
         qsizetype finished = 0;
         qsizetype total = 0;
+        // Working only: how much of the whole job is done, 0 to 1; below 0 when not known.
+        double fraction = -1;
+        // Working only: the card offers to stop the job.
+        bool cancellable = false;
 
         static State makeWorking(const QString& text);
         static State makeDone(const QString& title, const QStringList& outputs);
         static State makeFailed(const QString& message);
+        static State makeCancelled(const QString& note);
 
         QString title() const;
         QString subtitle() const;
@@ -36,6 +41,7 @@ public:
     const State& state() const { return state_; }
     void setState(const State& state);
     void setProgress(qsizetype finished, qsizetype total);
+    void setFraction(double fraction);
 
     // Drives the fade; the panel leaves the screen a moment after this turns false.
     bool visible() const { return visible_; }

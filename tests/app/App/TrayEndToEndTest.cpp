@@ -237,6 +237,27 @@ TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses)
 }
 
 // What a user pastes after dropping files on KOPIEREN or PFAD, from a Qt and a GTK drag.
+TEST_F(TrayEndToEnd, AVideoCompressionShowsItsProgressAndItsCancelButtonStopsItLeavingNothing) {
+    const QString video = folder.path("Urlaub.mkv");
+    toolOutput("ffmpeg", {"-v", "error", "-f", "lavfi", "-i",
+                          "testsrc2=size=640x360:rate=25:duration=60", "-c:v", "mpeg4", video});
+    ChildProcess app(TRAMIX_BINARY, {});
+    waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
+    const QStringList before = namesIn(folder.path("."));
+
+    dropOn({video}, WheelMode::tools, "tool.video.compress");
+    const QRegularExpressionMatch progress =
+        QRegularExpression(QStringLiteral("Fortschritt (\\d+) %, Abbrechen bei (\\d+),(\\d+)$"))
+            .match(waitForLog(QStringLiteral("Toast: Fortschritt")));
+    ASSERT_TRUE(progress.hasMatch());
+    EXPECT_LT(progress.captured(1).toInt(), 100);
+    ASSERT_TRUE(clickAt({progress.captured(2).toInt(), progress.captured(3).toInt()}));
+    waitForLog(QStringLiteral("Auftrag abgebrochen"));
+    EXPECT_EQ(waitForLog(QStringLiteral("Toast: Abgebrochen")),
+              "Toast: Abgebrochen · Es ist keine halbfertige Datei geblieben.");
+    EXPECT_EQ(namesIn(folder.path(".")), before);
+}
+
 TEST_F(TrayEndToEnd, CopyAndPathPutTheDraggedFilesOnTheClipboard) {
     const QStringList files = {folder.file("Urlaub am Meer.png"), folder.file("b.pdf"),
                                folder.file("c d.txt")};
