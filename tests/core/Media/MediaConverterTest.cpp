@@ -22,7 +22,7 @@ using test::toolOutput;
 namespace {
 
 // Clips made once for the whole suite with ffmpeg's own sources: tiny, one or two seconds.
-class MediaConverter : public ::testing::Test {
+class Media : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
         folder_ = new TestFolder;
@@ -42,34 +42,36 @@ protected:
              {"-f", "lavfi", "-i", "testsrc2=size=321x241:rate=15:duration=1", "-c:v", "ffv1"});
         // A phone held upright: the pixels lie on their side and a tag turns them.
         make("phone.mp4", {"-i", path("clip.mp4"), "-c", "copy", "-metadata:s:v", "rotate=90"});
-        make("tall.mp4",
-             {"-f", "lavfi", "-i", "testsrc2=size=1440x810:rate=10:duration=1", "-c:v", "libx264",
-              "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-metadata:s:v", "rotate=90"});
+        make("wide.mp4", {"-f", "lavfi", "-i", "testsrc2=size=1440x810:rate=10:duration=1", "-c:v",
+                          "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p"});
+        make("tall.mp4", {"-i", path("wide.mp4"), "-c", "copy", "-metadata:s:v", "rotate=90"});
         make("cover.png", {"-f", "lavfi", "-i", "testsrc2=size=64x64", "-frames:v", "1"});
-        make("song.mp3", tone + QStringList{"-i",
-                                            path("cover.png"),
-                                            "-map",
-                                            "0",
-                                            "-map",
-                                            "1",
-                                            "-c:a",
-                                            "libmp3lame",
-                                            "-b:a",
-                                            "96k",
-                                            "-c:v",
-                                            "png",
-                                            "-disposition:v",
-                                            "attached_pic",
-                                            "-id3v2_version",
-                                            "3",
-                                            "-metadata",
-                                            "title=Lied",
-                                            "-metadata",
-                                            "artist=Anna",
-                                            "-metadata",
-                                            "album=Platte",
-                                            "-metadata",
-                                            "track=3"});
+        // Noise, so that the encoders spend the bit rates they are given.
+        const QStringList noise = {"-f", "lavfi", "-i", "anoisesrc=duration=1.5:amplitude=0.2"};
+        make("song.mp3", noise + QStringList{"-i",
+                                             path("cover.png"),
+                                             "-map",
+                                             "0",
+                                             "-map",
+                                             "1",
+                                             "-c:a",
+                                             "libmp3lame",
+                                             "-b:a",
+                                             "96k",
+                                             "-c:v",
+                                             "png",
+                                             "-disposition:v",
+                                             "attached_pic",
+                                             "-id3v2_version",
+                                             "3",
+                                             "-metadata",
+                                             "title=Lied",
+                                             "-metadata",
+                                             "artist=Anna",
+                                             "-metadata",
+                                             "album=Platte",
+                                             "-metadata",
+                                             "track=3"});
         make("deep.wav", {"-f", "lavfi", "-i", "sine=frequency=330:sample_rate=48000:duration=1",
                           "-c:a", "pcm_s24le"});
     }
@@ -121,13 +123,13 @@ FileOperation operation(const QString& id, const QString& input) {
 
 } // namespace
 
-TEST_F(MediaConverter, AudioKeepsTagsCoverRateAndDepth) {
+TEST_F(Media, AudioKeepsTagsCoverRateAndDepth) {
     using MediaConverter::transcode;
     const QString m4a = transcode(path("song.mp3"), AudioFormat::m4a, context());
     EXPECT_TRUE(m4a.endsWith("/song.m4a"));
     const QJsonObject info = probe(m4a);
     EXPECT_EQ(stream(info, "audio")["codec_name"].toString(), "aac");
-    EXPECT_NEAR(stream(info, "audio")["bit_rate"].toString().toDouble(), 192000, 20000);
+    EXPECT_NEAR(stream(info, "audio")["bit_rate"].toString().toDouble(), 192000, 35000);
     EXPECT_NEAR(duration(info), 1.5, 0.1);
     EXPECT_EQ(info["format"]["tags"]["title"].toString(), "Lied");
     EXPECT_EQ(info["format"]["tags"]["artist"].toString(), "Anna");
@@ -142,7 +144,7 @@ TEST_F(MediaConverter, AudioKeepsTagsCoverRateAndDepth) {
     // PCM at the source's rate: 16 bits from a lossy source, the source's 24 from a deep one.
     const QJsonObject wav = probe(transcode(path("song.mp3"), AudioFormat::wav, context()));
     EXPECT_EQ(stream(wav, "audio")["codec_name"].toString(), "pcm_s16le");
-    EXPECT_EQ(stream(wav, "audio")["sample_rate"].toString(), "44100");
+    EXPECT_EQ(stream(wav, "audio")["sample_rate"].toString(), "48000");
     EXPECT_EQ(wav["format"]["tags"]["title"].toString(), "Lied");
     const QJsonObject aiff = probe(transcode(path("deep.wav"), AudioFormat::aiff, context()));
     EXPECT_EQ(stream(aiff, "audio")["codec_name"].toString(), "pcm_s24be");
@@ -160,7 +162,7 @@ TEST_F(MediaConverter, AudioKeepsTagsCoverRateAndDepth) {
     EXPECT_EQ(out.names(), before);
 }
 
-TEST_F(MediaConverter, VideosAreRemuxedWhenTheyFitAndEncodedUprightAndEvenOtherwise) {
+TEST_F(Media, VideosAreRemuxedWhenTheyFitAndEncodedUprightAndEvenOtherwise) {
     using MediaConverter::exportVideo;
     using MediaConverter::VideoPreset;
     const QString mov = exportVideo(path("clip.mp4"), VideoPreset::mov, context());
@@ -207,7 +209,7 @@ TEST_F(MediaConverter, VideosAreRemuxedWhenTheyFitAndEncodedUprightAndEvenOtherw
     EXPECT_EQ(stream(tiny, "video")["width"].toInt(), 320);
 }
 
-TEST_F(MediaConverter, GIFStillSoundTrackAndSilence) {
+TEST_F(Media, GIFStillSoundTrackAndSilence) {
     const QJsonObject gif = probe(MediaConverter::videoToGIF(path("clip.mp4"), context()));
     EXPECT_EQ(stream(gif, "video")["codec_name"].toString(), "gif");
     EXPECT_EQ(stream(gif, "video")["width"].toInt(), 320);
@@ -232,7 +234,7 @@ TEST_F(MediaConverter, GIFStillSoundTrackAndSilence) {
               "Das Video hat keine Tonspur.");
 }
 
-TEST_F(MediaConverter, BadInputsGetASentenceAndCancelLeavesNothing) {
+TEST_F(Media, BadInputsGetASentenceAndCancelLeavesNothing) {
     const QString text = out.file("Notiz.mp4", "kein Video");
     const QByteArray whole = test::readBytes(path("clip.mp4"));
     const QString cut = out.file("Halb.mp4", whole.left(whole.size() / 2));
