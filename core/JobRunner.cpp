@@ -77,10 +77,12 @@ void runPerFile(const FileOperation& operation, const QStringList& inputs,
     std::mutex resultLock;
     qsizetype done = 0;                                  // under resultLock
     std::vector<double> parts(size_t(inputs.size()), 0); // under resultLock
-    auto reportPart = [&](qsizetype i, double part) {
+    // Only converters that report inside a file make the job report fractions; for the others
+    // the count of files done says as much.
+    auto reportPart = [&](qsizetype i, double part, bool tell) {
         std::lock_guard guard(resultLock);
         parts[size_t(i)] = part;
-        if (fraction) {
+        if (fraction && tell) {
             double sum = 0;
             for (double each : parts)
                 sum += each;
@@ -91,10 +93,10 @@ void runPerFile(const FileOperation& operation, const QStringList& inputs,
         for (qsizetype i = next++; i < inputs.size() && !context.cancelled(); i = next++) {
             const std::optional<QString> refused = refusal(inputs[i]);
             OutputContext own = context;
-            own.fileProgress = [&reportPart, i](double part) { reportPart(i, part); };
+            own.fileProgress = [&reportPart, i](double part) { reportPart(i, part, true); };
             CallOutcome outcome =
                 refused ? CallOutcome{{}, refused} : call(operation, {inputs[i]}, own);
-            reportPart(i, 1);
+            reportPart(i, 1, false);
             std::lock_guard guard(resultLock);
             if (outcome.error)
                 result.failures.append({inputs[i], *outcome.error});
