@@ -195,18 +195,15 @@ QString videoToGIF(const QString& input, const OutputContext& context) {
                        "[a]palettegen=stats_mode=full[p];[b][p]paletteuse=dither=sierra2_4a")
             .arg(rate)
             .arg(gifMaxWidth);
-    const QStringList arguments = {"-t",
-                                   QString::number(gifSeconds),
-                                   "-map",
-                                   "0:v:0",
-                                   "-filter_complex",
-                                   graph,
-                                   "-loop",
-                                   "0",
-                                   "-f",
-                                   "gif"};
-    return produce(context.destination(input, QStringLiteral("gif")), input, arguments,
-                   std::min(gifSeconds, probe.duration), context, Load::videoEncode);
+    // The limit goes on the input: on the output, the palette would wait for the whole video
+    // and hold every frame of it until then.
+    return AtomicFile::write(
+        context.destination(input, QStringLiteral("gif")), [&](const QString& temporary) {
+            FFmpegRun::run({"-t", QString::number(gifSeconds), "-i", file(input), "-map", "0:v:0",
+                            "-filter_complex", graph, "-loop", "0", "-f", "gif", file(temporary)},
+                           std::min(gifSeconds, probe.duration), nameOf(input), context,
+                           Load::videoEncode);
+        });
 }
 
 QString extractAudio(const QString& input, const OutputContext& context) {
