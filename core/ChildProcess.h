@@ -19,4 +19,13 @@ using Explain = std::function<QString(int exitCode, const QString& errorOutput)>
 void run(const QString& tool, const QStringList& arguments, const QString& workingFolder = {},
          const QProcessEnvironment& extraEnvironment = {}, const Explain& explain = {});
 
+// As `run`, for a long tool that reports as it goes: each line it writes to standard output is
+// given to `onLine` as it comes. `cancelled` is asked a few times a second; once it answers
+// true, the tool gets `stopRequest` on its standard input, SIGTERM after `stopGraceMs` and SIGKILL
+// after as long again, and ConversionError::cancelled is thrown once it has gone.
+void stream(const QString& tool, const QStringList& arguments,
+            const std::function<void(const QByteArray& line)>& onLine,
+            const std::function<bool()>& cancelled, const QByteArray& stopRequest, int stopGraceMs,
+            const Explain& explain = {});
+
 } // namespace tramix::ChildProcess

@@ -23,6 +23,10 @@ ConversionError ConversionError::failed(const QString& sentence) {
     return {Kind::failed, sentence};
 }
 
+ConversionError ConversionError::cancelled() {
+    return {Kind::cancelled, QStringLiteral("Abgebrochen.")};
+}
+
 QString ConversionError::errorDescription() const {
     switch (kind_) {
     case Kind::unreadable:
@@ -30,6 +34,7 @@ QString ConversionError::errorDescription() const {
     case Kind::unsupported:
         return QStringLiteral("Nicht unterstützt: %1").arg(payload_);
     case Kind::failed:
+    case Kind::cancelled:
         return payload_;
     }
     return payload_;

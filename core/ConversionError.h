@@ -9,11 +9,13 @@ namespace tramix {
 
 class ConversionError : public std::exception {
 public:
-    enum class Kind { unreadable, unsupported, failed };
+    enum class Kind { unreadable, unsupported, failed, cancelled };
 
     static ConversionError unreadable(const QString& name);
     static ConversionError unsupported(const QString& what);
     static ConversionError failed(const QString& sentence);
+    // The user stopped the job; what was half written is gone.
+    static ConversionError cancelled();
 
     Kind kind() const { return kind_; }
     const QString& payload() const { return payload_; }

@@ -12,8 +12,8 @@ QHash<QString, FileKind::Value> buildTable() {
     const std::pair<FileKind::Value, const char*> rows[] = {
         {FileKind::image, "jpg jpeg png heic heif tif tiff bmp gif webp avif jp2 tga psd ico icns"},
         {FileKind::pdf, "pdf"},
-        {FileKind::audio, "mp3 m4a wav aif aiff caf flac aac m4b"},
-        {FileKind::video, "mp4 mov m4v 3gp"},
+        {FileKind::audio, "mp3 m4a wav aif aiff caf flac aac m4b opus ogg oga wma ac3"},
+        {FileKind::video, "mp4 mov m4v 3gp mkv webm avi mpg mpeg m2ts flv wmv ogv"},
         {FileKind::document, "docx doc rtf rtfd html htm txt text md markdown odt webarchive"},
         {FileKind::spreadsheet, "csv tsv xlsx"},
         {FileKind::archive, "zip tar gz tgz"},
@@ -54,7 +54,8 @@ FileKind kindFromMimeDatabase(const QString& fileName) {
         return FileKind::pdf;
     if (mimeIsA(type, u"image/", true))
         return FileKind::image;
-    // Video formats missing from the table are deliberately not offered video operations.
+    // Video formats missing from the table are deliberately not offered video operations; the
+    // table names every container ffmpeg reads that is not as often something else (ts).
     if (mimeIsA(type, u"audio/", true))
         return FileKind::audio;
     return FileKind::other;

@@ -16,7 +16,8 @@ struct JobResult {
 
     QStringList outputs; // in the order the per-input calls finished
     QList<Failure> failures;
-    double duration = 0; // seconds
+    double duration = 0;    // seconds
+    bool cancelled = false; // stopped by the user: inputs not yet started were left alone
 
     // A run that wrote nothing and reported nothing deliberately does not count as a success.
     bool succeeded() const { return failures.isEmpty() && !outputs.isEmpty(); }

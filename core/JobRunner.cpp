@@ -71,15 +71,32 @@ void runCombined(const FileOperation& operation, const QStringList& all,
 }
 
 void runPerFile(const FileOperation& operation, const QStringList& inputs,
-                const OutputContext& context, const Progress& progress, JobResult& result) {
+                const OutputContext& context, const Progress& progress, const Fraction& fraction,
+                JobResult& result) {
     std::atomic<qsizetype> next = 0;
     std::mutex resultLock;
-    qsizetype done = 0; // under resultLock
+    qsizetype done = 0;                                  // under resultLock
+    std::vector<double> parts(size_t(inputs.size()), 0); // under resultLock
+    // Only converters that report inside a file make the job report fractions; for the others
+    // the count of files done says as much.
+    auto reportPart = [&](qsizetype i, double part, bool tell) {
+        std::lock_guard guard(resultLock);
+        parts[size_t(i)] = part;
+        if (fraction && tell) {
+            double sum = 0;
+            for (double each : parts)
+                sum += each;
+            fraction(sum / double(inputs.size()));
+        }
+    };
     auto worker = [&] {
-        for (qsizetype i = next++; i < inputs.size(); i = next++) {
+        for (qsizetype i = next++; i < inputs.size() && !context.cancelled(); i = next++) {
             const std::optional<QString> refused = refusal(inputs[i]);
+            OutputContext own = context;
+            own.fileProgress = [&reportPart, i](double part) { reportPart(i, part, true); };
             CallOutcome outcome =
-                refused ? CallOutcome{{}, refused} : call(operation, {inputs[i]}, context);
+                refused ? CallOutcome{{}, refused} : call(operation, {inputs[i]}, own);
+            reportPart(i, 1, false);
             std::lock_guard guard(resultLock);
             if (outcome.error)
                 result.failures.append({inputs[i], *outcome.error});
@@ -108,13 +125,14 @@ int width() {
 }
 
 JobResult run(const FileOperation& operation, const QStringList& inputs,
-              const OutputContext& context, const Progress& progress) {
+              const OutputContext& context, const Progress& progress, const Fraction& fraction) {
     const auto start = std::chrono::steady_clock::now();
     JobResult result;
     if (operation.style == OperationStyle::perFile)
-        runPerFile(operation, inputs, context, progress, result);
+        runPerFile(operation, inputs, context, progress, fraction, result);
     else
         runCombined(operation, inputs, context, result);
+    result.cancelled = context.cancelled();
     result.duration =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return result;

@@ -17,9 +17,15 @@ int width();
 // has. Called on a worker thread, one call at a time, with `done` rising by one each time.
 using Progress = std::function<void(qsizetype done, qsizetype total)>;
 
+// Told how much of the whole job is done, 0 to 1, counting the part of each running input that
+// its converter reports; called on worker threads, one call at a time.
+using Fraction = std::function<void(double fraction)>;
+
 // Blocks until every call has ended; never throws. Each failure becomes one entry per input
-// concerned, and the others go on. A combined job is one call and reports no progress.
+// concerned, and the others go on. A combined job is one call and reports no progress. Once the
+// context's control is cancelled, no further input is started and the result says so.
 JobResult run(const FileOperation& operation, const QStringList& inputs,
-              const OutputContext& context, const Progress& progress = {});
+              const OutputContext& context, const Progress& progress = {},
+              const Fraction& fraction = {});
 
 } // namespace tramix::JobRunner

@@ -3,9 +3,11 @@
 #include "FileKind.h"
 #include "FolderTree.h"
 #include "InputAlias.h"
+#include "JobControl.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <algorithm>
 
 namespace tramix {
 
@@ -27,6 +29,20 @@ QString outputStem(const QString& input) {
         return name.chopped(7);
     const QString ext = pathExtension(name);
     return ext.isEmpty() ? name : name.chopped(ext.size() + 1);
+}
+
+bool OutputContext::cancelled() const {
+    return control && control->isCancelled();
+}
+
+void OutputContext::throwIfCancelled() const {
+    if (control)
+        control->throwIfCancelled();
+}
+
+void OutputContext::reportFraction(double fraction) const {
+    if (fileProgress)
+        fileProgress(std::clamp(fraction, 0.0, 1.0));
 }
 
 QString OutputContext::directory(const QString& input) const {

@@ -1,16 +1,29 @@
 // Where a job's results go and how good lossy results must be; every output name comes from here.
+// It also carries what watches the job: its cancel switch and the current file's progress.
 #pragma once
 
 #include "NameReservation.h"
 
 #include <QString>
+#include <functional>
+#include <memory>
 #include <optional>
 
 namespace tramix {
 
+class JobControl;
+
 struct OutputContext {
-    std::optional<QString> folder; // none: next to each input
-    double quality = 0.85;         // lossy quality, 0 to 1
+    std::optional<QString> folder;                  // none: next to each input
+    double quality = 0.85;                          // lossy quality, 0 to 1
+    std::shared_ptr<const JobControl> control = {}; // none: the job cannot be cancelled
+    // Told how far the one input of this call has come, 0 to 1, by converters whose single
+    // files take long; called on the converter's thread.
+    std::function<void(double fraction)> fileProgress = {};
+
+    bool cancelled() const;
+    void throwIfCancelled() const;
+    void reportFraction(double fraction) const;
 
     // The folder for outputs of `input`.
     QString directory(const QString& input) const;

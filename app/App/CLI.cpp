@@ -32,7 +32,11 @@
 #include <QSaveFile>
 #include <QTemporaryDir>
 #include <algorithm>
+#include <atomic>
+#include <cstdio>
 #include <functional>
+#include <memory>
+#include <unistd.h>
 
 namespace tramix::CLI {
 
@@ -67,6 +71,21 @@ void list(const QStringList& args, QTextStream& out) {
         out << operation.id << '\t' << operation.title << '\t' << operation.detail << '\n';
 }
 
+// A line on a terminal's standard error that tells how far the job is, redrawn in place; nothing
+// when standard error is a file or a pipe, where it would only be noise.
+JobRunner::Fraction terminalProgress(const QString& title, std::atomic<bool>& drawn) {
+    if (::isatty(STDERR_FILENO) == 0)
+        return {};
+    return [title, &drawn, shown = std::make_shared<std::atomic<int>>(-1)](double fraction) {
+        const int percent = int(fraction * 100);
+        if (shown->exchange(percent) == percent)
+            return;
+        std::fprintf(stderr, "\r\033[K%s: %d %%", title.toLocal8Bit().constData(), percent);
+        std::fflush(stderr);
+        drawn = true;
+    };
+}
+
 void runOperation(const QStringList& args, QTextStream& out) {
     if (args.size() < 3)
         fail(CommandTable::usage(CommandId::run));
@@ -84,7 +103,13 @@ void runOperation(const QStringList& args, QTextStream& out) {
         fail(*refusal);
 
     Leftovers::sweep();
-    const JobResult result = JobRunner::run(*chosen, paths, OutputContext{std::nullopt, 0.85});
+    std::atomic<bool> drawn = false;
+    const JobResult result = JobRunner::run(*chosen, paths, OutputContext{std::nullopt, 0.85}, {},
+                                            terminalProgress(chosen->title, drawn));
+    if (drawn) {
+        std::fprintf(stderr, "\r\033[K");
+        std::fflush(stderr);
+    }
     for (const QString& output : result.outputs)
         out << oneLine(output) << '\n';
     for (const JobResult::Failure& failure : result.failures) {

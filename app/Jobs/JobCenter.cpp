@@ -12,6 +12,8 @@
 #include <QFutureWatcher>
 #include <QPointer>
 #include <QtConcurrent/QtConcurrentRun>
+#include <atomic>
+#include <memory>
 
 namespace tramix {
 
@@ -19,7 +21,9 @@ JobCenter::JobCenter(AppSettings& settings, History& history, QObject* parent)
     : QObject(parent)
     , playSound([this] { sound_.play(); })
     , settings_(settings)
-    , history_(history) {}
+    , history_(history) {
+    toast_.onCancel = [this] { cancelShown(); };
+}
 
 JobCenter::~JobCenter() = default;
 
@@ -64,10 +68,15 @@ void JobCenter::run(const FileOperation& operation, const QStringList& paths, QP
         return;
     }
     const quint64 job = ++jobsStarted_;
-    toast_.show(
-        ToastModel::State::makeWorking(workingText(operation.title, paths.size(), german), german),
-        at);
+    ToastModel::State working =
+        ToastModel::State::makeWorking(workingText(operation.title, paths.size(), german), german);
+    working.cancellable = true;
+    toast_.show(working, at);
     lastJob_ = job;
+    auto control = std::make_shared<JobControl>();
+    running_.insert(job, control);
+    OutputContext jobContext = context();
+    jobContext.control = control;
 
     // The watcher is the centre's child: when the centre goes first, the result goes nowhere.
     auto* watcher = new QFutureWatcher<JobResult>(this);
@@ -84,18 +93,44 @@ void JobCenter::run(const FileOperation& operation, const QStringList& paths, QP
                 centre->toast_.model().setProgress(done, total);
         });
     };
+    // Whole percents are enough for the ring and its text; finer steps would only repaint.
+    auto shownPercent = std::make_shared<std::atomic<int>>(-1);
+    JobRunner::Fraction fraction = [centre = QPointer<JobCenter>(this), job, clock,
+                                    shownPercent](double part) {
+        const int percent = int(part * 100);
+        if (clock.elapsed() < progressAfterMs || shownPercent->exchange(percent) == percent)
+            return;
+        QMetaObject::invokeMethod(QCoreApplication::instance(), [centre, job, part] {
+            if (!centre || centre->lastJob_ != job)
+                return;
+            centre->toast_.model().setFraction(part);
+            const QPoint cancel = centre->toast_.cancelGeometry().center();
+            DebugLog::write(QStringLiteral("Toast: Fortschritt %1 %, Abbrechen bei %2,%3")
+                                .arg(int(part * 100))
+                                .arg(cancel.x())
+                                .arg(cancel.y()));
+        });
+    };
     connect(watcher, &QFutureWatcher<JobResult>::finished, this,
             [this, watcher, operation, inputs = paths.size(), at, job] {
                 const JobResult result = watcher->result();
                 watcher->deleteLater();
+                running_.remove(job);
                 if (lastJob_ == job)
                     lastJob_ = 0;
                 report(operation, inputs, result, at);
                 Q_EMIT jobFinished(result);
             });
-    watcher->setFuture(QtConcurrent::run([operation, paths, context = context(), progress] {
-        return JobRunner::run(operation, paths, context, progress);
+    watcher->setFuture(QtConcurrent::run([operation, paths, jobContext, progress, fraction] {
+        return JobRunner::run(operation, paths, jobContext, progress, fraction);
     }));
+}
+
+void JobCenter::cancelShown() {
+    if (const auto control = running_.value(lastJob_)) {
+        DebugLog::write(QStringLiteral("Auftrag abgebrochen"));
+        control->cancel();
+    }
 }
 
 // Instant operations drive the clipboard and windows, so they run here on the interface
@@ -119,8 +154,18 @@ void JobCenter::report(const FileOperation& operation, qsizetype inputs, const J
     History::Entry entry;
     entry.title = operation.title;
     entry.outputs = result.outputs;
-    entry.failed = !result.failures.isEmpty();
-    if (const auto failure = failureText(result, inputs, german)) {
+    entry.failed = !result.failures.isEmpty() || result.cancelled;
+    if (result.cancelled) {
+        const QString note =
+            result.outputs.isEmpty()
+                ? (german ? QStringLiteral("Es ist keine halbfertige Datei geblieben.")
+                          : QStringLiteral("No half-written file was left behind."))
+                : (german ? QStringLiteral("%1 von %2 Dateien sind fertig geworden.")
+                          : QStringLiteral("%1 of %2 files were finished."))
+                      .arg(result.outputs.size())
+                      .arg(inputs);
+        toast_.show(ToastModel::State::makeCancelled(note, german), at);
+    } else if (const auto failure = failureText(result, inputs, german)) {
         toast_.show(ToastModel::State::makeFailed(*failure, german), at);
     } else {
         const QString done = german ? QStringLiteral("Fertig in ") : QStringLiteral("Done in ");

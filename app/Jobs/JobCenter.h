@@ -4,14 +4,17 @@
 
 #include "CompletionSound.h"
 #include "FileOperation.h"
+#include "JobControl.h"
 #include "JobResult.h"
 #include "OutputContext.h"
 #include "Settings/UILanguage.h"
 #include "UI/ToastController.h"
 
+#include <QHash>
 #include <QObject>
 #include <QPoint>
 #include <functional>
+#include <memory>
 #include <optional>
 
 namespace tramix {
@@ -34,6 +37,10 @@ public:
 
     // Starts `operation` on `paths` and returns at once; the toast appears below `at`.
     void run(const FileOperation& operation, const QStringList& paths, QPoint at);
+    // Stops the job whose working toast shows, as its cancel button does; what it half wrote is
+    // removed and the toast says so.
+    void cancelShown();
+
     // Reports files written elsewhere (an editor's save) as a finished job.
     void finished(const QString& title, const QStringList& outputs, QPoint near);
 
@@ -47,7 +54,7 @@ public:
     static std::optional<QString> failureText(const JobResult& result, qsizetype inputs,
                                               bool german);
 
-    // A job running longer than this shows how many of its files are done.
+    // A job running longer than this shows how much of it is done.
     static constexpr int progressAfterMs = 700;
 
 Q_SIGNALS:
@@ -65,6 +72,7 @@ private:
     CompletionSound sound_;
     quint64 lastJob_ = 0; // the job whose working toast shows, if any
     quint64 jobsStarted_ = 0;
+    QHash<quint64, std::shared_ptr<JobControl>> running_;
 };
 
 } // namespace tramix

@@ -37,6 +37,10 @@ void ToastController::ensurePanel() {
     panel_->setWindowTitle(QStringLiteral("Tramix"));
     view_ = new ToastView(model_, panel_.get());
     view_->onOpen = [this](const QStringList&) { click(); };
+    view_->onCancel = [this] {
+        if (onCancel)
+            onCancel();
+    };
 }
 
 void ToastController::show(const ToastModel::State& state, QPoint near) {
@@ -87,6 +91,13 @@ QRect ToastController::panelGeometry() const {
     return panel_ ? panel_->geometry() : QRect();
 }
 
+QRect ToastController::cancelGeometry() const {
+    const ToastModel::State& state = model_.state();
+    if (!isShown() || state.kind != ToastModel::State::working || !state.cancellable)
+        return {};
+    return ToastView::cancelBox(panel_->size()).toAlignedRect().translated(panel_->pos());
+}
+
 void ToastController::click() {
     if (!model_.state().clickable())
         return;
@@ -114,6 +125,7 @@ std::optional<int> ToastController::hideDelayMs(ToastModel::State::Kind kind) {
     case ToastModel::State::working:
         return std::nullopt;
     case ToastModel::State::done:
+    case ToastModel::State::cancelled:
         return doneMs;
     case ToastModel::State::failed:
         return failedMs;

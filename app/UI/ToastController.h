@@ -29,6 +29,8 @@ public:
     // Told with the outputs of a clicked done toast; reveals them in the file manager unless
     // replaced. The toast hides afterwards.
     std::function<void(const QStringList&)> onOpen;
+    // Told when the user asks to stop the job a working toast shows.
+    std::function<void()> onCancel;
 
     void show(const ToastModel::State& state, QPoint near);
     void hide();
@@ -38,6 +40,8 @@ public:
     QRect panelGeometry() const;
     // What a click on the card does.
     void click();
+    // The cancel button of a working toast on screen; empty when there is none.
+    QRect cancelGeometry() const;
 
     // The panel's top-left corner for a card of `size` below `pointer`, kept `margin` inside
     // `available` (the usable area of the pointer's screen) when there is one.

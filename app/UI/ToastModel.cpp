@@ -5,32 +5,50 @@
 namespace tramix {
 
 ToastModel::State ToastModel::State::makeWorking(const QString& text, bool german) {
-    return {working, text, {}, 0, 0, german};
+    return {working, text, {}, 0, 0, -1, false, german};
 }
 
 ToastModel::State ToastModel::State::makeDone(const QString& title, const QStringList& outputs,
                                               bool german) {
-    return {done, title, outputs, 0, 0, german};
+    return {done, title, outputs, 0, 0, -1, false, german};
 }
 
 ToastModel::State ToastModel::State::makeFailed(const QString& message, bool german) {
-    return {failed, message, {}, 0, 0, german};
+    return {failed, message, {}, 0, 0, -1, false, german};
+}
+
+ToastModel::State ToastModel::State::makeCancelled(const QString& note, bool german) {
+    return {cancelled, note, {}, 0, 0, -1, false, german};
 }
 
 QString ToastModel::State::title() const {
-    if (kind != failed)
+    switch (kind) {
+    case failed:
+        return german ? QStringLiteral("Fehlgeschlagen") : QStringLiteral("Failed");
+    case cancelled:
+        return german ? QStringLiteral("Abgebrochen") : QStringLiteral("Cancelled");
+    default:
         return text;
-    return german ? QStringLiteral("Fehlgeschlagen") : QStringLiteral("Failed");
+    }
 }
 
 QString ToastModel::State::subtitle() const {
     switch (kind) {
     case working:
+        if (total > 0 && fraction >= 0)
+            return (german ? QStringLiteral("%1 von %2 Dateien fertig · %3 %")
+                           : QStringLiteral("%1 of %2 files done · %3 %"))
+                .arg(finished)
+                .arg(total)
+                .arg(int(fraction * 100));
         if (total > 0)
             return (german ? QStringLiteral("%1 von %2 Dateien fertig")
                            : QStringLiteral("%1 of %2 files done"))
                 .arg(finished)
                 .arg(total);
+        if (fraction >= 0)
+            return (german ? QStringLiteral("%1 % fertig") : QStringLiteral("%1 % done"))
+                .arg(int(fraction * 100));
         return german ? QStringLiteral("Läuft lokal auf deinem Rechner …")
                       : QStringLiteral("Running locally on your computer …");
     case done:
@@ -42,6 +60,7 @@ QString ToastModel::State::subtitle() const {
                        : QStringLiteral("%1 files · Click to show"))
             .arg(outputs.size());
     case failed:
+    case cancelled:
         return text;
     }
     return {};
@@ -63,6 +82,14 @@ void ToastModel::setProgress(qsizetype finished, qsizetype total) {
     State next = state_;
     next.finished = finished;
     next.total = total;
+    setState(next);
+}
+
+void ToastModel::setFraction(double fraction) {
+    if (state_.kind != State::working)
+        return;
+    State next = state_;
+    next.fraction = fraction;
     setState(next);
 }
 

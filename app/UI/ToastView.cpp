@@ -17,6 +17,7 @@ namespace {
 constexpr qreal padding = 16;
 constexpr qreal iconSize = 26;
 constexpr qreal iconGap = 12;
+constexpr qreal cancelSize = 22;
 
 QFont titleFont() {
     return Theme::font(10.5, QFont::DemiBold);
@@ -30,7 +31,10 @@ void drawIcon(QPainter& painter, const QRectF& box, const ToastModel::State& sta
               const Theme& theme, double turn) {
     switch (state.kind) {
     case ToastModel::State::working:
-        if (state.total > 0)
+        if (state.fraction >= 0)
+            StatusGlyphs::progressRing(painter, box.adjusted(2, 2, -2, -2), theme.accent,
+                                       state.fraction);
+        else if (state.total > 0)
             StatusGlyphs::progressRing(painter, box.adjusted(2, 2, -2, -2), theme.accent,
                                        double(state.finished) / double(state.total));
         else
@@ -42,7 +46,28 @@ void drawIcon(QPainter& painter, const QRectF& box, const ToastModel::State& sta
     case ToastModel::State::failed:
         StatusGlyphs::warningTriangle(painter, box, theme.warning, Qt::white);
         break;
+    case ToastModel::State::cancelled:
+        StatusGlyphs::exclamationCircle(painter, box, theme.secondaryText);
+        break;
     }
+}
+
+bool showsCancel(const ToastModel::State& state) {
+    return state.kind == ToastModel::State::working && state.cancellable;
+}
+
+// A round button with a cross, quiet like the subtitle so it does not compete with the title.
+void drawCancel(QPainter& painter, const QRectF& box, const Theme& theme) {
+    painter.setPen(Qt::NoPen);
+    QColor fill = theme.secondaryText;
+    fill.setAlphaF(0.16);
+    painter.setBrush(fill);
+    painter.drawEllipse(box);
+    const qreal arm = box.width() * 0.2;
+    painter.setPen(QPen(theme.secondaryText, 1.6, Qt::SolidLine, Qt::RoundCap));
+    const QPointF c = box.center();
+    painter.drawLine(c + QPointF(-arm, -arm), c + QPointF(arm, arm));
+    painter.drawLine(c + QPointF(-arm, arm), c + QPointF(arm, -arm));
 }
 
 // Wraps `text` into the box's two lines; what does not fit ends in an ellipsis.
@@ -82,7 +107,8 @@ QSize ToastView::fittingSize(const ToastModel::State& state) {
     const QFontMetricsF subtitleMetrics(subtitleFont());
     const qreal text = std::max(QFontMetricsF(titleFont()).horizontalAdvance(state.title()),
                                 subtitleMetrics.horizontalAdvance(state.subtitle()));
-    const qreal wanted = padding + iconSize + iconGap + text + padding + 2;
+    const qreal wanted = padding + iconSize + iconGap + text + padding + 2 +
+                         (showsCancel(state) ? cancelSize + iconGap : 0);
     const int width = std::clamp(int(std::ceil(wanted)), minimumWidth, maximumWidth);
     // A long failure message gets a second line rather than losing its end.
     const bool twoLines = state.kind == ToastModel::State::failed && wanted > maximumWidth;
@@ -103,7 +129,10 @@ void ToastView::paint(QPainter& painter, QSize size, const ToastModel::State& st
     drawIcon(painter, icon, state, theme, turn);
 
     const qreal textLeft = icon.right() + iconGap;
-    const qreal textWidth = size.width() - textLeft - padding;
+    const qreal textWidth =
+        size.width() - textLeft - padding - (showsCancel(state) ? cancelSize + iconGap : 0);
+    if (showsCancel(state))
+        drawCancel(painter, cancelBox(size), theme);
     const QFontMetricsF titleMetrics(titleFont());
     const QFontMetricsF subtitleMetrics(subtitleFont());
     const QString subtitle = state.subtitle();
@@ -136,6 +165,11 @@ void ToastView::paint(QPainter& painter, QSize size, const ToastModel::State& st
     painter.restore();
 }
 
+QRectF ToastView::cancelBox(QSize size) {
+    return {size.width() - padding - cancelSize, (size.height() - cancelSize) / 2.0, cancelSize,
+            cancelSize};
+}
+
 QImage ToastView::render(const ToastModel::State& state, bool dark, double scale) {
     const QSize size = fittingSize(state);
     QImage image(size * scale, QImage::Format_ARGB32_Premultiplied);
@@ -153,6 +187,11 @@ void ToastView::paintEvent(QPaintEvent*) {
 }
 
 void ToastView::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton && showsCancel(model_.state()) &&
+        cancelBox(size()).contains(event->position()) && onCancel) {
+        onCancel();
+        return;
+    }
     if (event->button() == Qt::LeftButton && rect().contains(event->position().toPoint()) &&
         model_.state().clickable() && onOpen)
         onOpen(model_.state().outputs);
@@ -166,7 +205,7 @@ void ToastView::follow() {
         spin_.start();
     else if (!spinning)
         spin_.stop();
-    setCursor(state.clickable() ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    setCursor(state.clickable() || showsCancel(state) ? Qt::PointingHandCursor : Qt::ArrowCursor);
     update();
 }
 

@@ -1,4 +1,5 @@
-// The toast card: a status mark, a semibold title and a quieter line beneath it.
+// The toast card: a status mark, a semibold title and a quieter line beneath it; a running job's
+// card ends in a button that stops it.
 #pragma once
 
 #include "Design/Theme.h"
@@ -18,6 +19,11 @@ public:
 
     // Told with the outputs when a done toast is clicked.
     std::function<void(const QStringList&)> onOpen;
+    // Told when the cancel button of a working card is clicked.
+    std::function<void()> onCancel;
+
+    // Where the cancel button sits on a card of `size`.
+    static QRectF cancelBox(QSize size);
 
     // The card's size for `state`: wide enough for its texts, within bounds.
     static QSize fittingSize(const ToastModel::State& state);

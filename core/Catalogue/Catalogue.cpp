@@ -119,7 +119,7 @@ CatalogueWork webSize() {
 CatalogueWork audioCompress() {
     return smallerOrNothing(
         [](const QString& input, const OutputContext& context) {
-            return MediaConverter::transcode(input, AudioFormat::m4a, context);
+            return MediaConverter::compressAudio(input, context);
         },
         QStringLiteral("Die Audiodatei"));
 }

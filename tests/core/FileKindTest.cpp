@@ -19,8 +19,13 @@ TEST(FileKind, TheLowerCasedExtensionDecidesThenTheTypeDatabase) {
         {dir.file("notes.rtfd"), FileKind::document},
         {dir.folder("archive.zip"), FileKind::folder},
         {dir.file("song.opus"), FileKind::audio},
-        // Videos missing from the table are deliberately offered nothing.
-        {dir.file("clip.mkv"), FileKind::other},
+        // ffmpeg reads every common container; ts stays out, being as often TypeScript.
+        {dir.file("clip.MKV"), FileKind::video},
+        {dir.file("talk.webm"), FileKind::video},
+        {dir.file("tape.m2ts"), FileKind::video},
+        {dir.file("main.ts"), FileKind::other},
+        {dir.file("song.ogg"), FileKind::audio},
+        {dir.file("film.ac3"), FileKind::audio},
         {dir.file("data.xyz"), FileKind::other},
     };
     for (const auto& [path, kind] : cases)

@@ -164,6 +164,8 @@ protected:
     TestFolder folder;
     ScratchLog log{folder.path("state")};
     ScratchVariable config{"XDG_CONFIG_HOME", folder.path("config").toLocal8Bit()};
+    // The app speaks German here, whatever the machine's language, so its log reads the same.
+    ScratchVariable language{"LANGUAGE", "de"};
     qsizetype read = 0;
     const QPoint open{700, 500};
 };
@@ -260,8 +262,6 @@ TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses)
 // window then gives the formats wheel Ctrl (taking it from the actions wheel) and sends the
 // results to a folder, and the very next drag obeys both.
 TEST_F(TrayApp, WelcomesOnceAndTheSettingsWindowRebindsAKeyAndMovesTheResults) {
-    // The app speaks German here, whatever the machine's language.
-    const ScratchVariable german("LANGUAGE", "de");
     ChildProcess host(QStringLiteral(TRAY_HOST_BINARY), {});
     ASSERT_TRUE(host.waitFor(QRegularExpression("^ready$"), startDeadlineMs));
     const QString welcome = QStringLiteral("Willkommen bei Tramix");
@@ -324,6 +324,28 @@ TEST_F(TrayApp, WelcomesOnceAndTheSettingsWindowRebindsAKeyAndMovesTheResults) {
     waitForLog(QStringLiteral("Toast: Fertig in"));
     EXPECT_TRUE(QFileInfo::exists(results + "/Urlaub.png"));
     EXPECT_FALSE(QFileInfo::exists(folder.path("Urlaub.png")));
+}
+
+// A long compression shows how far it is; its cancel button stops it and leaves nothing.
+TEST_F(TrayEndToEnd, AVideoCompressionShowsItsProgressAndItsCancelButtonStopsItLeavingNothing) {
+    const QString video = folder.path("Urlaub.mkv");
+    toolOutput("ffmpeg", {"-v", "error", "-f", "lavfi", "-i",
+                          "testsrc2=size=640x360:rate=25:duration=60", "-c:v", "mpeg4", video});
+    ChildProcess app(TRAMIX_BINARY, {});
+    waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
+    const QStringList before = namesIn(folder.path("."));
+
+    dropOn({video}, WheelMode::tools, "tool.video.compress");
+    const QRegularExpressionMatch progress =
+        QRegularExpression(QStringLiteral("Fortschritt (\\d+) %, Abbrechen bei (\\d+),(\\d+)$"))
+            .match(waitForLog(QStringLiteral("Toast: Fortschritt")));
+    ASSERT_TRUE(progress.hasMatch());
+    EXPECT_LT(progress.captured(1).toInt(), 100);
+    ASSERT_TRUE(clickAt({progress.captured(2).toInt(), progress.captured(3).toInt()}));
+    waitForLog(QStringLiteral("Auftrag abgebrochen"));
+    EXPECT_EQ(waitForLog(QStringLiteral("Toast: Abgebrochen")),
+              "Toast: Abgebrochen · Es ist keine halbfertige Datei geblieben.");
+    EXPECT_EQ(namesIn(folder.path(".")), before);
 }
 
 // What a user pastes after dropping files on KOPIEREN or PFAD, from a Qt and a GTK drag; FLOAT

@@ -11,6 +11,7 @@
 
 #include <QFileInfo>
 #include <QSignalSpy>
+#include <QTest>
 #include <QThread>
 #include <gtest/gtest.h>
 
@@ -70,8 +71,10 @@ TEST(JobCenter, ConvertsAJpegToPngAndReportsItDoneWithSoundHistoryAndTotal) {
     const QString jpeg = f.photo("Urlaub.jpg");
     const FileOperation png = pngOperation({jpeg});
     f.runAndWait(png, {jpeg});
-    // The working toast was up at once, with the bare title for a single file.
-    EXPECT_EQ(f.started, ToastModel::State::makeWorking(png.title, true));
+    // The working toast was up at once, with the bare title for a single file and a way to stop.
+    ToastModel::State working = ToastModel::State::makeWorking(png.title, true);
+    working.cancellable = true;
+    EXPECT_EQ(f.started, working);
 
     EXPECT_TRUE(QFileInfo(f.folder.path("Urlaub.png")).isFile());
     EXPECT_EQ(f.toast().kind, ToastModel::State::done);
@@ -187,4 +190,29 @@ TEST(JobCenter, ALongJobShowsHowManyOfItsFilesAreDone) {
     EXPECT_FALSE(seen.isEmpty()) << "a job of about a second showed no progress";
     EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
     EXPECT_EQ(f.toast().subtitle(), "6 Dateien · Klicken zum Zeigen");
+}
+
+TEST(JobCenter, ALongSingleFileShowsItsFractionAndTheCancelButtonStopsIt) {
+    Fixture f;
+    const QString input = f.folder.file("lang.mov");
+    const FileOperation endless =
+        fake(OperationStyle::perFile, [](const QStringList&, const OutputContext& context) {
+            for (double part = 0;; part = std::min(0.9, part + 0.01)) {
+                context.reportFraction(part);
+                context.throwIfCancelled();
+                QThread::msleep(20);
+            }
+            return QStringList();
+        });
+    QSignalSpy finished(&f.jobs, &JobCenter::jobFinished);
+    f.jobs.run(endless, {input}, QPoint(400, 300));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return f.toast().fraction > 0; }, 5000));
+    EXPECT_TRUE(f.toast().cancellable);
+    EXPECT_TRUE(f.toast().subtitle().endsWith(" % fertig")) << f.toast().subtitle().toStdString();
+    f.jobs.toast().onCancel();
+    ASSERT_TRUE(finished.wait(5000));
+    EXPECT_EQ(f.toast().kind, ToastModel::State::cancelled);
+    EXPECT_EQ(f.toast().title(), "Abgebrochen");
+    EXPECT_TRUE(finished.first().first().value<JobResult>().cancelled);
+    EXPECT_TRUE(f.history.entries().first().failed);
 }

@@ -135,3 +135,16 @@ TEST(Toast, RendersAFinishedCardInLightAndDark) {
     const QColor mark = light.pixelColor(2 * 18, light.height() / 2);
     EXPECT_GT(mark.green(), mark.red() + 40);
 }
+
+TEST(Toast, AWorkingCardShowsItsFractionAndEndsInACancelButton) {
+    State state = State::makeWorking("KOMPR.", true);
+    state.fraction = 0.42;
+    state.cancellable = true;
+    EXPECT_EQ(state.subtitle(), "42 % fertig");
+    const QImage light = ToastView::render(state, false);
+    const QImage plain = ToastView::render(State::makeWorking("KOMPR.", true), false);
+    const QPoint cancel =
+        (ToastView::cancelBox(ToastView::fittingSize(state)).center() * 2).toPoint();
+    EXPECT_LT(light.pixelColor(cancel).lightness(), 160) << "the cross of the button";
+    EXPECT_GT(plain.pixelColor(cancel).lightness(), 240) << "no button when the job cannot stop";
+}
