@@ -2,6 +2,7 @@
 
 #include "Platform/DesktopInput.h"
 #include "UI/FloatingPanel.h"
+#include "UI/PaintWatcher.h"
 #include "WheelDropView.h"
 #include "WheelView.h"
 
@@ -13,28 +14,6 @@
 #include <QScreen>
 
 namespace tramix {
-
-namespace {
-
-// Tells when the wheel has been painted, so the pointer can be nudged after it is really there.
-class PaintWatcher : public QObject {
-public:
-    PaintWatcher(QObject* parent, std::function<void()> painted)
-        : QObject(parent)
-        , painted_(std::move(painted)) {}
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override {
-        if (event->type() == QEvent::Paint)
-            QTimer::singleShot(0, this, painted_);
-        return QObject::eventFilter(watched, event);
-    }
-
-private:
-    std::function<void()> painted_;
-};
-
-} // namespace
 
 WheelController::WheelController(QObject* parent)
     : QObject(parent) {

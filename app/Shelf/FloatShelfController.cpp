@@ -3,6 +3,7 @@
 #include "Platform/DesktopInput.h"
 #include "ShelfView.h"
 #include "UI/FloatingPanel.h"
+#include "UI/PaintWatcher.h"
 
 #include <QEvent>
 #include <QGuiApplication>
@@ -17,24 +18,6 @@ namespace {
 
 // Sharp enough for screens at twice the density and for the largest cached pictures' middle.
 constexpr int thumbnailPixels = 128;
-
-// Tells when the panel has been painted.
-class PaintWatcher : public QObject {
-public:
-    PaintWatcher(QObject* parent, std::function<void()> painted)
-        : QObject(parent)
-        , painted_(std::move(painted)) {}
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override {
-        if (event->type() == QEvent::Paint)
-            QTimer::singleShot(0, this, painted_);
-        return QObject::eventFilter(watched, event);
-    }
-
-private:
-    std::function<void()> painted_;
-};
 
 } // namespace
 
