@@ -134,24 +134,11 @@ QRect WheelController::panelGeometry() const {
 
 QPoint WheelController::panelOrigin(QPoint pointer, int size,
                                     const std::optional<QRect>& available) {
-    QPoint origin = pointer - QPoint(size / 2, size / 2);
-    if (!available)
-        return origin;
-    origin.setX(std::clamp(origin.x(), available->left(),
-                           std::max(available->left(), available->right() + 1 - size)));
-    origin.setY(std::clamp(origin.y(), available->top(),
-                           std::max(available->top(), available->bottom() + 1 - size)));
-    return origin;
+    return FloatingPanel::originCentredOn(pointer, QSize(size, size), available);
 }
 
 void WheelController::place(QPoint pointer) {
-    QScreen* screen = QGuiApplication::screenAt(pointer);
-    if (!screen)
-        screen = QGuiApplication::primaryScreen();
-    std::optional<QRect> available;
-    if (screen)
-        available = screen->availableGeometry();
-    panel_->showAt(panelOrigin(pointer, int(geometry_.size), available));
+    panel_->showAt(panelOrigin(pointer, int(geometry_.size), FloatingPanel::availableAt(pointer)));
 }
 
 // A window that appears under a resting pointer is not entered by the drag until the source

@@ -40,23 +40,7 @@ FloatShelfController::~FloatShelfController() = default;
 
 QPoint FloatShelfController::panelOrigin(QPoint near, QSize size,
                                          const std::optional<QRect>& available) {
-    QPoint origin = near - QPoint(size.width() / 2, size.height() / 2);
-    if (!available)
-        return origin;
-    origin.setX(std::clamp(origin.x(), available->left(),
-                           std::max(available->left(), available->right() + 1 - size.width())));
-    origin.setY(std::clamp(origin.y(), available->top(),
-                           std::max(available->top(), available->bottom() + 1 - size.height())));
-    return origin;
-}
-
-std::optional<QRect> FloatShelfController::availableAt(QPoint point) const {
-    QScreen* screen = QGuiApplication::screenAt(point);
-    if (!screen)
-        screen = QGuiApplication::primaryScreen();
-    if (!screen)
-        return std::nullopt;
-    return screen->availableGeometry();
+    return FloatingPanel::originCentredOn(near, size, available);
 }
 
 void FloatShelfController::ensurePanel() {
@@ -117,8 +101,8 @@ void FloatShelfController::resizePanel() {
     if (!panel_->isVisible())
         return;
     const QPoint at = panel_->pos();
-    const QPoint kept =
-        panelOrigin(at + QPoint(size.width() / 2, size.height() / 2), size, availableAt(at));
+    const QPoint kept = panelOrigin(at + QPoint(size.width() / 2, size.height() / 2), size,
+                                    FloatingPanel::availableAt(at));
     if (kept != at)
         panel_->move(kept);
 }
@@ -140,7 +124,7 @@ void FloatShelfController::show(QPoint near, const QStringList& paths) {
     }
     resizePanel();
     awaitingPaint_ = true;
-    panel_->showAt(panelOrigin(near, panel_->size(), availableAt(near)));
+    panel_->showAt(panelOrigin(near, panel_->size(), FloatingPanel::availableAt(near)));
 }
 
 void FloatShelfController::hide() {

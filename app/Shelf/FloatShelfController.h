@@ -53,7 +53,6 @@ public:
 private:
     void ensurePanel();
     void resizePanel();
-    std::optional<QRect> availableAt(QPoint point) const;
     void write(const QString& message) const;
 
     ShelfModel model_;

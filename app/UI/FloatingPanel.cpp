@@ -2,6 +2,10 @@
 
 #include "Platform/DesktopInput.h"
 
+#include <QGuiApplication>
+#include <QScreen>
+#include <algorithm>
+
 namespace tramix {
 
 namespace {
@@ -40,6 +44,27 @@ void FloatingPanel::showAt(QPoint origin) {
     move(origin);
     show();
     raise();
+}
+
+std::optional<QRect> FloatingPanel::availableAt(QPoint point) {
+    QScreen* screen = QGuiApplication::screenAt(point);
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return std::nullopt;
+    return screen->availableGeometry();
+}
+
+QPoint FloatingPanel::originCentredOn(QPoint near, QSize size,
+                                      const std::optional<QRect>& available) {
+    QPoint origin = near - QPoint(size.width() / 2, size.height() / 2);
+    if (!available)
+        return origin;
+    origin.setX(std::clamp(origin.x(), available->left(),
+                           std::max(available->left(), available->right() + 1 - size.width())));
+    origin.setY(std::clamp(origin.y(), available->top(),
+                           std::max(available->top(), available->bottom() + 1 - size.height())));
+    return origin;
 }
 
 } // namespace tramix

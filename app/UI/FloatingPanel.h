@@ -5,6 +5,7 @@
 
 #include <QRegion>
 #include <QWidget>
+#include <optional>
 
 namespace tramix {
 
@@ -26,6 +27,13 @@ public:
     // Shows the panel at `origin` and raises it: without a window manager nothing else keeps it
     // on top.
     void showAt(QPoint origin);
+
+    // The free area of the screen under `point` (the primary screen where none is); none without
+    // a screen.
+    static std::optional<QRect> availableAt(QPoint point);
+    // The top-left corner of a panel of `size` centred on `near`, moved inside `available` where
+    // it would stick out (to its top-left where it is larger).
+    static QPoint originCentredOn(QPoint near, QSize size, const std::optional<QRect>& available);
 
 private:
     bool translucent_ = false;

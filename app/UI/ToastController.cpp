@@ -56,12 +56,7 @@ void ToastController::show(const ToastModel::State& state, QPoint near) {
                         ToastView::cornerRadius);
     panel_->setShape(QRegion(card.toFillPolygon().toPolygon()));
 
-    QScreen* screen = QGuiApplication::screenAt(near);
-    if (!screen)
-        screen = QGuiApplication::primaryScreen();
-    const std::optional<QRect> available =
-        screen ? std::optional(screen->availableGeometry()) : std::nullopt;
-    panel_->showAt(origin(near, size, available));
+    panel_->showAt(origin(near, size, FloatingPanel::availableAt(near)));
     fade_.stop();
     panel_->setWindowOpacity(1.0);
     model_.setVisible(true);

@@ -68,8 +68,8 @@ bool usesRawHTML(const Example& example) {
 } // namespace
 
 TEST(Markdown, FollowsTheCommonMarkExamples) {
-    const QList<Example> examples = specExamples(TRAMIX_COMMONMARK_SPEC);
-    ASSERT_GT(examples.size(), 600) << "No CommonMark examples at " << TRAMIX_COMMONMARK_SPEC
+    const QList<Example> examples = specExamples(TRAMIX_COMMONMARK_EXAMPLES);
+    ASSERT_GT(examples.size(), 600) << "No CommonMark examples at " << TRAMIX_COMMONMARK_EXAMPLES
                                     << ": scripts/setup fetches them.";
     // Where we differ on purpose or by the parser's dialect, and why.
     const QString otherScheme = "addresses of other schemes than http, https and mailto are text";
