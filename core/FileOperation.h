@@ -15,6 +15,14 @@ namespace tramix {
 // paths and returns the absolute paths it wrote.
 using PerformFunction = std::function<QStringList(const QStringList& inputs, const OutputContext&)>;
 
+// Per-file work whose files share one costly start (an office suite) takes all of a job's files
+// in one call and tells each input's outcome as it ends: what it wrote, or the sentence of why
+// not. It throws only for what stops every input still untold (a cancel).
+using BatchOutcome = std::function<void(qsizetype index, const QStringList& outputs,
+                                        const std::optional<QString>& error)>;
+using BatchFunction =
+    std::function<void(const QStringList& inputs, const OutputContext&, const BatchOutcome&)>;
+
 struct FileOperation {
     QString id;
     QString title;
@@ -22,6 +30,7 @@ struct FileOperation {
     std::optional<QString> symbol;
     OperationStyle style = OperationStyle::perFile;
     PerformFunction perform;
+    BatchFunction batch = {}; // none: per-file work runs file by file
 
     bool operator==(const FileOperation& other) const { return id == other.id; }
 };

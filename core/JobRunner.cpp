@@ -114,6 +114,52 @@ void runPerFile(const FileOperation& operation, const QStringList& inputs,
         workers.emplace_back(worker);
 }
 
+// One call takes every file; its outcomes arrive one by one, as per-file outcomes do.
+void runBatched(const FileOperation& operation, const QStringList& all,
+                const OutputContext& context, const Progress& progress, const Fraction& fraction,
+                JobResult& result) {
+    QStringList inputs;
+    for (const QString& input : all) {
+        if (const std::optional<QString> refused = refusal(input))
+            result.failures.append({input, *refused});
+        else
+            inputs.append(input);
+    }
+    const qsizetype refused = all.size() - inputs.size();
+    std::vector<bool> told(size_t(inputs.size()), false);
+    qsizetype done = refused;
+    auto tell = [&](qsizetype index, const QStringList& outputs,
+                    const std::optional<QString>& error) {
+        if (index < 0 || index >= inputs.size() || told[size_t(index)])
+            return;
+        told[size_t(index)] = true;
+        if (error)
+            result.failures.append({inputs[index], *error});
+        else
+            result.outputs.append(outputs);
+        if (progress)
+            progress(++done, all.size());
+    };
+    OutputContext own = context;
+    own.fileProgress = [&](double part) {
+        if (fraction)
+            fraction((double(refused) + part * double(inputs.size())) / double(all.size()));
+    };
+    if (inputs.isEmpty())
+        return;
+    const CallOutcome outcome =
+        call({operation.id, operation.title, operation.detail, operation.symbol, operation.style,
+              [&](const QStringList& files, const OutputContext& callContext) {
+                  operation.batch(files, callContext, tell);
+                  return QStringList();
+              }},
+             inputs, own);
+    for (qsizetype i = 0; i < inputs.size(); ++i) {
+        if (!told[size_t(i)])
+            tell(i, {}, outcome.error.value_or(QStringLiteral("Unbekannter Fehler.")));
+    }
+}
+
 } // namespace
 
 int width(int cores) {
@@ -128,7 +174,9 @@ JobResult run(const FileOperation& operation, const QStringList& inputs,
               const OutputContext& context, const Progress& progress, const Fraction& fraction) {
     const auto start = std::chrono::steady_clock::now();
     JobResult result;
-    if (operation.style == OperationStyle::perFile)
+    if (operation.style == OperationStyle::perFile && operation.batch)
+        runBatched(operation, inputs, context, progress, fraction, result);
+    else if (operation.style == OperationStyle::perFile)
         runPerFile(operation, inputs, context, progress, fraction, result);
     else
         runCombined(operation, inputs, context, result);

@@ -22,7 +22,8 @@ using Progress = std::function<void(qsizetype done, qsizetype total)>;
 using Fraction = std::function<void(double fraction)>;
 
 // Blocks until every call has ended; never throws. Each failure becomes one entry per input
-// concerned, and the others go on. A combined job is one call and reports no progress. Once the
+// concerned, and the others go on. Per-file work with a batch call runs as that one call and
+// reports each input as it ends. A combined job is one call and reports no progress. Once the
 // context's control is cancelled, no further input is started and the result says so.
 JobResult run(const FileOperation& operation, const QStringList& inputs,
               const OutputContext& context, const Progress& progress = {},

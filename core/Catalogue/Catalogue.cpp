@@ -23,11 +23,11 @@ using Each = CatalogueWork::EachFile;
 using All = CatalogueWork::AllFiles;
 
 CatalogueWork perFile(Each work, const QString& makes = {}) {
-    return {OperationStyle::perFile, std::move(work), {}, nullptr, nullptr, makes, {}};
+    return {OperationStyle::perFile, std::move(work), {}, nullptr, nullptr, makes, {}, {}};
 }
 
 CatalogueWork combined(All work) {
-    return {OperationStyle::combined, {}, std::move(work), nullptr, nullptr, {}, {}};
+    return {OperationStyle::combined, {}, std::move(work), nullptr, nullptr, {}, {}, {}};
 }
 
 // One result made from all the files.
@@ -38,7 +38,7 @@ CatalogueWork intoOne(QString (*make)(const QStringList&, const OutputContext&))
 }
 
 CatalogueWork onDesktop(DesktopHandlers::Handler DesktopHandlers::*handler, const char* needs) {
-    return {OperationStyle::instant, {}, {}, handler, needs, {}, {}};
+    return {OperationStyle::instant, {}, {}, handler, needs, {}, {}, {}};
 }
 
 CatalogueWork toImage(const ImageFormat& format) {
@@ -57,12 +57,18 @@ CatalogueWork pagesAs(const ImageFormat& format) {
     });
 }
 
+// All files of a job go through one start of the office suite.
 CatalogueWork toDocument(const DocumentFormat& format) {
-    return perFile(
+    CatalogueWork work = perFile(
         [format](const QString& input, const OutputContext& context) {
             return DocumentConverter::convert(input, format, context);
         },
         format.ext);
+    work.batch = [format](const QStringList& inputs, const OutputContext& context,
+                          const DocumentConverter::Outcome& outcome) {
+        DocumentConverter::convertAll(inputs, format, context, outcome);
+    };
+    return work;
 }
 
 CatalogueWork toTable(const QString& ext) {

@@ -21,6 +21,10 @@ namespace tramix {
 struct CatalogueWork {
     using EachFile = std::function<QString(const QString& input, const OutputContext&)>;
     using AllFiles = std::function<QStringList(const QStringList& inputs, const OutputContext&)>;
+    // Per-file work that is better done for all files at once (see FileOperation's batch).
+    using Batch = std::function<void(
+        const QStringList& inputs, const OutputContext&,
+        const std::function<void(qsizetype, const QStringList&, const std::optional<QString>&)>&)>;
 
     OperationStyle style = OperationStyle::perFile;
     EachFile eachFile;
@@ -32,6 +36,7 @@ struct CatalogueWork {
     QString makes;
     // Whether this machine can do it (an encoder may be missing); none: always.
     std::function<bool()> available;
+    Batch batch;
 };
 
 // A text of a row in both languages of the interface.

@@ -80,7 +80,7 @@ FileOperation operationOf(const CatalogueRow& row, qsizetype count, const Deskto
     if (row.symbol)
         symbol = QString::fromLatin1(row.symbol);
     return {QString::fromLatin1(row.id), row.title.in(language), detail, symbol, row.work.style,
-            performOf(row, desktop)};
+            performOf(row, desktop),     row.work.batch};
 }
 
 } // namespace

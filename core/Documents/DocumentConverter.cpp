@@ -2,20 +2,34 @@
 
 #include "AtomicFile.h"
 #include "ConversionError.h"
+#include "DocumentCheck.h"
 #include "FileKind.h"
 #include "Markdown.h"
+#include "OfficeSuite.h"
+#include "ScratchFolder.h"
+#include "TextHTML.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QSet>
 #include <QStringDecoder>
 
 namespace tramix::DocumentConverter {
 
 namespace {
 
-bool isMarkdown(const QString& input) {
-    const QString ext = pathExtension(input).toLower();
-    return ext == u"md" || ext == u"markdown";
+// LibreOffice's export filter for each format.
+OfficeSuite::Target targetFor(const DocumentFormat& format) {
+    static const QHash<QString, QString> filters = {
+        {QStringLiteral("docx"), QStringLiteral("MS Word 2007 XML")},
+        {QStringLiteral("pdf"), QStringLiteral("writer_pdf_Export")},
+        {QStringLiteral("rtf"), QStringLiteral("Rich Text Format")},
+        {QStringLiteral("odt"), QStringLiteral("writer8")},
+        {QStringLiteral("html"), QStringLiteral("HTML (StarWriter):EmbedImages")},
+        {QStringLiteral("txt"), QStringLiteral("Text (encoded):UTF8,LF")},
+    };
+    return {format.ext, filters.value(format.ext)};
 }
 
 // UTF-8 as written by every editor today; text that is not valid UTF-8 is read as Latin-1
@@ -32,19 +46,208 @@ QString readText(const QString& input) {
     return utf8.hasError() ? QString::fromLatin1(bytes) : text;
 }
 
-QString markdownToHTML(const QString& input, const OutputContext& context) {
-    const QString html = Markdown::toHTML(readText(input), outputStem(input));
-    return AtomicFile::writeBytes(context.destination(input, QStringLiteral("html")),
-                                  [&] { return html.toUtf8(); });
+QString writeText(const QString& input, const QString& ext, const QString& text,
+                  const OutputContext& context) {
+    return AtomicFile::writeBytes(context.destination(input, ext), [&] { return text.toUtf8(); });
+}
+
+// The inputs of one call on their way: those that LibreOffice must read or write wait in
+// `sources`, under stems unique in the batch, since its results all land in one folder.
+class Batch {
+public:
+    Batch(const QStringList& inputs, const DocumentFormat& format, const OutputContext& context,
+          const Outcome& outcome)
+        : inputs_(inputs)
+        , format_(format)
+        , context_(context)
+        , outcome_(outcome)
+        , scratch_(QStringLiteral("documents")) {}
+
+    void run();
+
+private:
+    void take(qsizetype index);
+    void convertInOffice(const QList<qsizetype>& chosen, const QString& inputFilter);
+    QString resultsFolder() const;
+    void queueHTML(qsizetype index, const QString& html);
+    void queueFile(qsizetype index, const QString& path, bool keepPlace);
+    QString uniqueStem(const QString& stem);
+    void officeEnded(qsizetype source, const std::optional<QString>& error);
+    QString commit(const QString& input, const QString& result) const;
+    void tell(qsizetype index, const QStringList& outputs, const std::optional<QString>& error);
+
+    const QStringList& inputs_;
+    const DocumentFormat& format_;
+    const OutputContext& context_;
+    const Outcome& outcome_;
+    ScratchFolder scratch_;
+    QList<OfficeSuite::Source> sources_;
+    QList<qsizetype> owners_; // the input of each source
+    QSet<QString> stems_;
+    qsizetype told_ = 0;
+};
+
+void Batch::run() {
+    for (qsizetype index = 0; index < inputs_.size(); ++index) {
+        context_.throwIfCancelled();
+        try {
+            take(index);
+        } catch (const ConversionError& error) {
+            if (error.kind() == ConversionError::Kind::cancelled)
+                throw;
+            tell(index, {}, error.errorDescription());
+        } catch (const std::exception& error) {
+            tell(index, {}, describeError(error));
+        }
+    }
+    // LibreOffice opens web pages in its web editor, whose PDFs lose their first paragraph;
+    // read as text documents they come out whole. The import filter holds for a whole start, so
+    // web pages and other documents each get one.
+    QList<qsizetype> pages, others;
+    for (qsizetype source = 0; source < sources_.size(); ++source) {
+        const QString ext = QFileInfo(sources_[source].path).suffix().toLower();
+        (ext == u"html" || ext == u"htm" ? pages : others).append(source);
+    }
+    convertInOffice(others, {});
+    convertInOffice(pages, QStringLiteral("HTML (StarWriter)"));
+}
+
+void Batch::convertInOffice(const QList<qsizetype>& chosen, const QString& inputFilter) {
+    QList<OfficeSuite::Source> sources;
+    for (qsizetype source : chosen)
+        sources.append(sources_[source]);
+    OfficeSuite::Options options;
+    options.inputFilter = inputFilter;
+    OfficeSuite::convert(
+        sources, targetFor(format_), resultsFolder(),
+        [&](qsizetype index, const std::optional<QString>& error) {
+            officeEnded(chosen[index], error);
+        },
+        [this] { return context_.cancelled(); }, options);
+}
+
+QString Batch::resultsFolder() const {
+    const QString results = scratch_.filePath(QStringLiteral("results"));
+    QDir().mkpath(results);
+    return results;
+}
+
+void Batch::take(qsizetype index) {
+    const QString& input = inputs_[index];
+    const QString ext = pathExtension(input).toLower();
+    const QString stem = outputStem(input);
+    if (ext == u"md" || ext == u"markdown") {
+        const QString html = Markdown::toHTML(readText(input), stem);
+        if (format_ == DocumentFormat::html)
+            return tell(index, {writeText(input, QStringLiteral("html"), html, context_)}, {});
+        return queueHTML(index, html);
+    }
+    if (ext == u"txt" || ext == u"text") {
+        DocumentCheck::verify(input);
+        const QString html = TextHTML::toHTML(readText(input), stem);
+        if (format_ == DocumentFormat::html)
+            return tell(index, {writeText(input, QStringLiteral("html"), html, context_)}, {});
+        return queueHTML(index, html);
+    }
+    if (ext == u"rtfd") // a folder that keeps its text as RTF beside the pictures
+        return queueFile(index, input + QStringLiteral("/TXT.rtf"), false);
+    if (ext == u"pages" || ext == u"webarchive" || ext == u"pdf")
+        throw ConversionError::unsupported(
+            QStringLiteral("%1 in %2").arg(ext.toUpper(), format_.title));
+    DocumentCheck::verify(input);
+    // A web page stays where it is, so that the pictures it names beside it are found.
+    queueFile(index, input, ext == u"html" || ext == u"htm");
+}
+
+void Batch::queueHTML(qsizetype index, const QString& html) {
+    const QString path =
+        scratch_.filePath(uniqueStem(outputStem(inputs_[index])) + QStringLiteral(".html"));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(html.toUtf8()) < 0 || !file.flush())
+        throw ConversionError::failed(
+            QStringLiteral("Der Zwischenstand für „%1“ kann nicht geschrieben werden.")
+                .arg(QFileInfo(inputs_[index]).fileName()));
+    sources_.append({path, QFileInfo(inputs_[index]).fileName()});
+    owners_.append(index);
+}
+
+// Other files are reached through a link in the scratch folder, so that LibreOffice's lock
+// files stay out of the user's folder and equal names do not collide.
+void Batch::queueFile(qsizetype index, const QString& path, bool keepPlace) {
+    const QFileInfo info(path);
+    const QString stem = info.completeBaseName();
+    QString source = info.absoluteFilePath();
+    if (!keepPlace || stems_.contains(stem)) {
+        source = scratch_.filePath(uniqueStem(stem) + u'.' + info.suffix());
+        if (!QFile::link(info.absoluteFilePath(), source))
+            throw ConversionError::unreadable(QFileInfo(inputs_[index]).fileName());
+    } else {
+        stems_.insert(stem);
+    }
+    if (!info.exists())
+        throw ConversionError::unreadable(QFileInfo(inputs_[index]).fileName());
+    sources_.append({source, QFileInfo(inputs_[index]).fileName()});
+    owners_.append(index);
+}
+
+QString Batch::uniqueStem(const QString& stem) {
+    QString candidate = stem;
+    for (int n = 2; stems_.contains(candidate); ++n)
+        candidate = QStringLiteral("%1 %2").arg(stem).arg(n);
+    stems_.insert(candidate);
+    return candidate;
+}
+
+void Batch::officeEnded(qsizetype source, const std::optional<QString>& error) {
+    const qsizetype index = owners_[source];
+    if (error)
+        return tell(index, {}, error);
+    try {
+        const QString result =
+            OfficeSuite::resultPath(sources_[source], targetFor(format_), resultsFolder());
+        tell(index, {commit(inputs_[index], result)}, {});
+    } catch (const std::exception& failure) {
+        tell(index, {}, describeError(failure));
+    }
+}
+
+// Plain text gets line feeds and no byte-order mark, whatever LibreOffice wrote.
+QString Batch::commit(const QString& input, const QString& result) const {
+    if (format_ == DocumentFormat::txt) {
+        QString text = readText(result);
+        if (text.startsWith(QChar(0xfeff)))
+            text.remove(0, 1);
+        text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+        return writeText(input, format_.ext, text, context_);
+    }
+    return AtomicFile::write(
+        context_.destination(input, format_.ext),
+        [&](const QString& temporary) { AtomicFile::fillFrom(temporary, result); });
+}
+
+void Batch::tell(qsizetype index, const QStringList& outputs, const std::optional<QString>& error) {
+    outcome_(index, outputs, error);
+    context_.reportFraction(double(++told_) / double(inputs_.size()));
 }
 
 } // namespace
 
 QString convert(const QString& input, const DocumentFormat& format, const OutputContext& context) {
-    if (format == DocumentFormat::html && isMarkdown(input))
-        return markdownToHTML(input, context);
-    throw ConversionError::unsupported(
-        QStringLiteral("Dokumentumwandlung in %1").arg(format.title));
+    QString output;
+    std::optional<QString> failure;
+    convertAll({input}, format, context,
+               [&](qsizetype, const QStringList& outputs, const std::optional<QString>& error) {
+                   output = outputs.value(0);
+                   failure = error;
+               });
+    if (failure)
+        throw ConversionError::failed(*failure);
+    return output;
+}
+
+void convertAll(const QStringList& inputs, const DocumentFormat& format,
+                const OutputContext& context, const Outcome& outcome) {
+    Batch(inputs, format, context, outcome).run();
 }
 
 } // namespace tramix::DocumentConverter
