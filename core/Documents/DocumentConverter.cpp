@@ -4,6 +4,7 @@
 #include "ConversionError.h"
 #include "DocumentCheck.h"
 #include "FileKind.h"
+#include "HTMLImages.h"
 #include "Markdown.h"
 #include "OfficeSuite.h"
 #include "ScratchFolder.h"
@@ -32,15 +33,20 @@ OfficeSuite::Target targetFor(const DocumentFormat& format) {
     return {format.ext, filters.value(format.ext)};
 }
 
-// UTF-8 as written by every editor today; text that is not valid UTF-8 is read as Latin-1
-// rather than turned into replacement characters.
-QString readText(const QString& input) {
+QByteArray readBytes(const QString& input) {
     QFile file(input);
     if (!file.open(QIODevice::ReadOnly))
         throw ConversionError::unreadable(QFileInfo(input).fileName());
     const QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError)
         throw ConversionError::unreadable(QFileInfo(input).fileName());
+    return bytes;
+}
+
+// UTF-8 as written by every editor today; text that is not valid UTF-8 is read as Latin-1
+// rather than turned into replacement characters.
+QString readText(const QString& input) {
+    const QByteArray bytes = readBytes(input);
     QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString text = utf8.decode(bytes);
     return utf8.hasError() ? QString::fromLatin1(bytes) : text;
@@ -69,8 +75,8 @@ private:
     void take(qsizetype index);
     void convertInOffice(const QList<qsizetype>& chosen, const QString& inputFilter);
     QString resultsFolder() const;
-    void queueHTML(qsizetype index, const QString& html);
-    void queueFile(qsizetype index, const QString& path, bool keepPlace);
+    void queueHTML(qsizetype index, const QByteArray& html);
+    void queueFile(qsizetype index, const QString& path);
     QString uniqueStem(const QString& stem);
     void officeEnded(qsizetype source, const std::optional<QString>& error);
     QString commit(const QString& input, const QString& result) const;
@@ -140,30 +146,33 @@ void Batch::take(qsizetype index) {
         const QString html = Markdown::toHTML(readText(input), stem);
         if (format_ == DocumentFormat::html)
             return tell(index, {writeText(input, QStringLiteral("html"), html, context_)}, {});
-        return queueHTML(index, html);
+        return queueHTML(index, HTMLImages::embed(html.toUtf8(), QFileInfo(input).path()));
     }
     if (ext == u"txt" || ext == u"text") {
         DocumentCheck::verify(input);
         const QString html = TextHTML::toHTML(readText(input), stem);
         if (format_ == DocumentFormat::html)
             return tell(index, {writeText(input, QStringLiteral("html"), html, context_)}, {});
-        return queueHTML(index, html);
+        return queueHTML(index, html.toUtf8());
+    }
+    if (ext == u"html" || ext == u"htm") {
+        DocumentCheck::verify(input);
+        return queueHTML(index, HTMLImages::embed(readBytes(input), QFileInfo(input).path()));
     }
     if (ext == u"rtfd") // a folder that keeps its text as RTF beside the pictures
-        return queueFile(index, input + QStringLiteral("/TXT.rtf"), false);
+        return queueFile(index, input + QStringLiteral("/TXT.rtf"));
     if (ext == u"pages" || ext == u"webarchive" || ext == u"pdf")
         throw ConversionError::unsupported(
             QStringLiteral("%1 in %2").arg(ext.toUpper(), format_.title));
     DocumentCheck::verify(input);
-    // A web page stays where it is, so that the pictures it names beside it are found.
-    queueFile(index, input, ext == u"html" || ext == u"htm");
+    queueFile(index, input);
 }
 
-void Batch::queueHTML(qsizetype index, const QString& html) {
+void Batch::queueHTML(qsizetype index, const QByteArray& html) {
     const QString path =
         scratch_.filePath(uniqueStem(outputStem(inputs_[index])) + QStringLiteral(".html"));
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(html.toUtf8()) < 0 || !file.flush())
+    if (!file.open(QIODevice::WriteOnly) || file.write(html) < 0 || !file.flush())
         throw ConversionError::failed(
             QStringLiteral("Der Zwischenstand für „%1“ kann nicht geschrieben werden.")
                 .arg(QFileInfo(inputs_[index]).fileName()));
@@ -173,18 +182,13 @@ void Batch::queueHTML(qsizetype index, const QString& html) {
 
 // Other files are reached through a link in the scratch folder, so that LibreOffice's lock
 // files stay out of the user's folder and equal names do not collide.
-void Batch::queueFile(qsizetype index, const QString& path, bool keepPlace) {
+void Batch::queueFile(qsizetype index, const QString& path) {
     const QFileInfo info(path);
-    const QString stem = info.completeBaseName();
-    QString source = info.absoluteFilePath();
-    if (!keepPlace || stems_.contains(stem)) {
-        source = scratch_.filePath(uniqueStem(stem) + u'.' + info.suffix());
-        if (!QFile::link(info.absoluteFilePath(), source))
-            throw ConversionError::unreadable(QFileInfo(inputs_[index]).fileName());
-    } else {
-        stems_.insert(stem);
-    }
     if (!info.exists())
+        throw ConversionError::unreadable(QFileInfo(inputs_[index]).fileName());
+    const QString source =
+        scratch_.filePath(uniqueStem(info.completeBaseName()) + u'.' + info.suffix());
+    if (!QFile::link(info.absoluteFilePath(), source))
         throw ConversionError::unreadable(QFileInfo(inputs_[index]).fileName());
     sources_.append({source, QFileInfo(inputs_[index]).fileName()});
     owners_.append(index);

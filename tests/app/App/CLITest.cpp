@@ -209,10 +209,6 @@ TEST(CLI, RunConvertsMarkdownAndPacksUnpacksAndRepacksArchives) {
                               "<li>&lt;zwei&gt;</li>\n</ul>"));
     EXPECT_EQ(contents(folder.path("Projekt 2/Projekt/src/main.c")),
               "int main(void) { return 0; }");
-    const auto pdf = runTramix({"--run", "convert.document.pdf", "Notizen.md"}, folder.path("."));
-    EXPECT_EQ(pdf.status, 1);
-    EXPECT_TRUE(pdf.out.startsWith("FEHLER Notizen.md: Nicht unterstützt: "))
-        << pdf.out.toStdString();
 
     // Two archives at once: the damaged one gets its line, the good one its result.
     folder.file("Kaputt.zip", "kein Archiv");
