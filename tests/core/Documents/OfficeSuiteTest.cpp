@@ -52,7 +52,17 @@ done
                            "absturz.docx: LibreOffice ist bei „absturz.docx“ abgestürzt.",
                            "drei.docx: fertig"}));
     EXPECT_EQ(readBytes(folder.path("starts")), "start\nstart\nstart\n");
+    QFile::remove(folder.path("sleeper"));
     EXPECT_EQ(readBytes(folder.path("out/drei.pdf")), "%PDF drei\n");
+    // A cancel ends the start at once, the hung helper with it.
+    outcomes.clear();
+    EXPECT_EQ(errorOf([&] {
+                  OfficeSuite::convert(
+                      sources.mid(1, 2), {"pdf", "writer_pdf_Export"}, folder.path("out"),
+                      [&](qsizetype, const std::optional<QString>&) {},
+                      [&] { return QFileInfo(folder.path("sleeper")).size() > 0; }, options);
+              }),
+              "Abgebrochen.");
     // Killed, though maybe not yet reaped by whoever inherited it.
     const QString sleeper = QString::fromUtf8(readBytes(folder.path("sleeper"))).trimmed();
     EXPECT_TRUE(QTest::qWaitFor([&] {
