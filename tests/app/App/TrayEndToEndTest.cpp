@@ -6,6 +6,7 @@
 #include "Drag/WheelGeometry.h"
 #include "Editors/EditorWindows.h"
 #include "Settings/UILanguage.h"
+#include "TestDocuments.h"
 #include "TestFiles.h"
 #include "TestImages.h"
 #include "TestPDFs.h"
@@ -256,6 +257,24 @@ TEST_F(TrayEndToEnd, ADropOnPNGWritesTheFileShowsTheToastAndCountsOnlySuccesses)
     EXPECT_TRUE(QFileInfo::exists(folder.path("Strand.png")));
     EXPECT_FALSE(QFileInfo::exists(folder.path("kaputt.png")));
     EXPECT_EQ(total(), 1);
+}
+
+// Letters dropped together become PDFs in one job, one LibreOffice start for all of them.
+TEST_F(TrayEndToEnd, DroppedLettersBecomePDFsInOneJob) {
+    QStringList letters;
+    for (const QString name : {"Brief an Anna", "Brief an Jörg"}) {
+        const QString html = folder.file(
+            name + ".html", QStringLiteral("<h1>%1</h1><p>Grüße</p>").arg(name).toUtf8());
+        letters.append(officeDocument(html, "docx"));
+    }
+    ChildProcess app(TRAMIX_BINARY, {});
+    waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
+    dropOn(letters, WheelMode::convert, "convert.document.pdf");
+    waitForLog("Toast: " + UILanguage::text("Fertig in", "Done in"), startDeadlineMs);
+    EXPECT_EQ(waitForLog(QStringLiteral("Verlauf: ")), QStringLiteral("Verlauf: PDF"));
+    EXPECT_TRUE(textOf(folder.path("Brief an Jörg.pdf")).contains("Brief an Jörg"));
+    EXPECT_EQ(pageCountOf(folder.path("Brief an Anna.pdf")), 1);
+    EXPECT_EQ(total(), 2);
 }
 
 // A first start welcomes; once finished, the next start shows nothing. The menu's settings
