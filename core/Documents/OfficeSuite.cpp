@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
+#include <algorithm>
 #include <csignal>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -267,6 +268,11 @@ void convert(const QList<Source>& sources, const Target& target, const QString& 
     if (sources.isEmpty())
         return;
     const QString program = officeProgram(options);
+    Options patient = options;
+    qint64 largest = 0;
+    for (const Source& source : sources)
+        largest = std::max(largest, QFileInfo(source.path).size());
+    patient.quiet += quietPerMegabyte * (largest / (1024 * 1024));
     OfficeProfile profile;
     QList<qsizetype> order;
     for (qsizetype i = 0; i < sources.size(); ++i)
@@ -274,7 +280,7 @@ void convert(const QList<Source>& sources, const Target& target, const QString& 
     int restarts = 0;
     while (!order.isEmpty()) {
         OfficeRun run(sources, order, target, outFolder, finished);
-        const QList<qsizetype> rest = run.run(program, profile.url(), cancelled, options);
+        const QList<qsizetype> rest = run.run(program, profile.url(), cancelled, patient);
         // A start that did nothing at all asked for a restart; it does so only once.
         if (rest == order && ++restarts > 1) {
             for (qsizetype index : rest)

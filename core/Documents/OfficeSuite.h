@@ -25,9 +25,13 @@ struct Options {
     QString program; // empty: LibreOffice found on PATH
     // The import filter for every source ("HTML (StarWriter)"); empty: told by the content.
     QString inputFilter;
-    // A start, or one document, that gives no sign of life for this long is taken as hung.
+    // A start, or one document, that gives no sign of life for this long is taken as hung;
+    // large documents get longer (see `quietPerMegabyte`).
     std::chrono::milliseconds quiet = std::chrono::minutes(3);
 };
+
+// How much longer LibreOffice may stay quiet for each megabyte of the largest source.
+constexpr std::chrono::seconds quietPerMegabyte{30};
 
 // Where the result of `source` appears in `outFolder`.
 QString resultPath(const Source& source, const Target& target, const QString& outFolder);
