@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QRegularExpression>
+#include <QSet>
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -125,6 +126,33 @@ bool emptyText(const QString& text) {
     });
 }
 
+// Running heads and feet: single lines in a page's margin band that recur, their numbers aside,
+// on another page.
+void dropRunningLines(std::vector<PageText>& pages) {
+    static const QRegularExpression digits(QStringLiteral("\\d+"));
+    auto running = [](const Paragraph& paragraph, const PageText& page) {
+        return paragraph.lines == 1 && PDFTextLayout::inMargin(paragraph.box, page.size);
+    };
+    auto key = [](const Paragraph& paragraph) {
+        return paragraph.text().replace(digits, QStringLiteral("#")).simplified();
+    };
+    QHash<QString, int> pagesWith;
+    for (const PageText& page : pages) {
+        QSet<QString> seen;
+        for (const Paragraph& paragraph : page.paragraphs) {
+            if (running(paragraph, page))
+                seen.insert(key(paragraph));
+        }
+        for (const QString& text : seen)
+            ++pagesWith[text];
+    }
+    for (PageText& page : pages) {
+        page.paragraphs.removeIf([&](const Paragraph& paragraph) {
+            return running(paragraph, page) && pagesWith.value(key(paragraph)) > 1;
+        });
+    }
+}
+
 // The size of most letters of the document, to the half point.
 double bodySize(const std::vector<PageText>& pages) {
     std::map<int, qsizetype> letters;
@@ -138,8 +166,12 @@ double bodySize(const std::vector<PageText>& pages) {
 }
 
 bool headingLike(const Paragraph& paragraph, double body) {
-    return !paragraph.listItem && paragraph.size >= body * headingScale &&
-           paragraph.lines <= headingLines && paragraph.text().size() <= headingLetters;
+    const bool allBold = std::all_of(paragraph.runs.begin(), paragraph.runs.end(),
+                                     [](const StyledRun& run) { return run.bold; });
+    const bool larger = paragraph.size >= body * headingScale ||
+                        (allBold && paragraph.size >= body * boldHeadingScale);
+    return !paragraph.listItem && larger && paragraph.lines <= headingLines &&
+           paragraph.text().size() <= headingLetters;
 }
 
 // Heading levels by size: the largest heading size is level 1, the next 2, all smaller 3.
@@ -156,6 +188,46 @@ std::map<int, int> headingLevels(const std::vector<PageText>& pages, double body
     for (const int size : sizes)
         levels[size] = std::min(level++, deepestHeading);
     return levels;
+}
+
+// A paragraph's list mark is printed again as text.
+void restoreMark(Paragraph& paragraph) {
+    const StyledRun first = paragraph.runs.value(0);
+    paragraph.runs.prepend(StyledRun{paragraph.mark + u' ', first.bold, first.italic});
+    paragraph.listItem = paragraph.ordered = false;
+    paragraph.mark.clear();
+}
+
+// "3." or "c)" as a number, from 1.
+int numberOf(const QString& mark) {
+    const QString value = mark.chopped(1);
+    bool isNumber = false;
+    const int number = value.toInt(&isNumber);
+    return isNumber ? number : value.isEmpty() ? 0 : value[0].unicode() - u'a' + 1;
+}
+
+// A numbered list written again counts from 1, and numbered headings are headings: only
+// numbers that start at 1 or go on from the item before stay list items, over page breaks and
+// bulleted lists inside too; others, and items in heading size, keep their number as text.
+void checkNumbering(std::vector<PageText>& pages, double body) {
+    int last = 0;
+    for (PageText& page : pages) {
+        for (Paragraph& paragraph : page.paragraphs) {
+            if (paragraph.listItem && paragraph.size >= body * headingScale) {
+                restoreMark(paragraph);
+            } else if (paragraph.listItem && paragraph.ordered) {
+                const int number = numberOf(paragraph.mark);
+                if (number != 1 && number != last + 1) {
+                    restoreMark(paragraph);
+                    last = 0;
+                } else {
+                    last = number;
+                }
+            } else if (!paragraph.listItem) {
+                last = 0; // a bulleted list inside a numbered one does not end it
+            }
+        }
+    }
 }
 
 StyledBlock blockOf(const Paragraph& paragraph, double body, const std::map<int, int>& levels) {
@@ -273,8 +345,10 @@ StyledText read(const QString& pdf, const OutputContext& context) {
     if (emptyText(plain))
         return recognised(pdf, count, context);
 
+    dropRunningLines(pages);
     StyledText text;
     text.fontSize = bodySize(pages);
+    checkNumbering(pages, text.fontSize);
     const auto family = std::max_element(families.begin(), families.end(),
                                          [](auto& a, auto& b) { return a.second < b.second; });
     text.fontFamily = family == families.end() ? scanFont : family->first;

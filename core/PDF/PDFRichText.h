@@ -9,8 +9,10 @@
 
 namespace tramix::PDFRichText {
 
-// Headings are set at least this much larger than the body text.
+// Headings are set at least this much larger than the body text, or in bold at least a little
+// larger.
 constexpr double headingScale = 1.15;
+constexpr double boldHeadingScale = 1.05;
 
 // Pictures covering this share of a page that has text are its background or its scan under a
 // text layer, not a picture in the text.

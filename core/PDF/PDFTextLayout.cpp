@@ -14,10 +14,11 @@ namespace {
 constexpr double sameLine = 0.5;
 // Lines whose letters differ by more than this factor belong to different paragraphs (a heading
 // and its text).
-constexpr double sizeChange = 1.12;
+constexpr double sizeChange = 1.05;
 // Lines further apart than the page's usual line pitch by this factor are set apart as
-// paragraphs; without a usual pitch, lines further apart than this many line heights.
-constexpr double pitchSlack = 1.2;
+// paragraphs (word processors place lines to the pixel, so pitches vary a little); without a
+// usual pitch, lines further apart than this many line heights.
+constexpr double pitchSlack = 1.3;
 constexpr double pitchSlackPoints = 1;
 constexpr double unknownPitch = 1.35;
 // Indents and alignments are told apart at this part of the letter size.
@@ -28,8 +29,8 @@ constexpr double spaceGap = 0.2;
 // A number mark followed by at least this gap (a tab, not a space) starts a numbered item even
 // inside running text.
 constexpr double markGap = 0.4;
-// Running page numbers live in this share of the page's height at its top and bottom.
-constexpr double marginBand = 0.08;
+// A list's mark set apart from its text (by a tab) is at most this many letter sizes before it.
+constexpr double markReach = 5;
 
 struct Line {
     QList<Word> words;
@@ -85,17 +86,19 @@ bool isPageNumber(const Line& line, QSizeF page) {
         QStringLiteral(R"(^(?:[-–—]\s*)?(?:(?:Seite|Page|S\.|p\.)\s*)?\d{1,4})"
                        R"((?:\s*(?:/|von|of)\s*\d{1,4})?(?:\s*[-–—])?$)"),
         QRegularExpression::CaseInsensitiveOption);
-    const bool inMargin = line.box.bottom() < page.height() * marginBand ||
-                          line.box.top() > page.height() * (1 - marginBand);
-    return inMargin && number.match(textOf(line)).hasMatch();
+    static const QRegularExpression roman(QStringLiteral("^(?:[ivxlc]{1,6}|[IVXLC]{1,6})$"));
+    const QString text = textOf(line);
+    return inMargin(line.box, page) &&
+           (number.match(text).hasMatch() || roman.match(text).hasMatch());
 }
 
 bool similarSize(double a, double b) {
     return std::max(a, b) <= sizeChange * std::min(a, b);
 }
 
-// The right edge of each line's column: the furthest any line of its size reaches that shares
-// at least half of the shorter one's width.
+// The right edge of each line's column: the furthest that lines of its size reach that start
+// where it starts and share at least half of the shorter one's width. Where it starts, because
+// an indented quotation ends short of the text around it.
 void findEdges(QList<Line>& lines) {
     for (Line& line : lines) {
         line.edge = line.box.right();
@@ -103,18 +106,21 @@ void findEdges(QList<Line>& lines) {
             const double shared = std::min(line.box.right(), other.box.right()) -
                                   std::max(line.box.left(), other.box.left());
             if (similarSize(line.size, other.size) &&
+                std::abs(line.box.left() - other.box.left()) < indent * line.size &&
                 shared >= 0.5 * std::min(line.box.width(), other.box.width()))
                 line.edge = std::max(line.edge, other.box.right());
         }
     }
 }
 
-// The usual distance from one line's top to the next, by letter size (to the half point).
+// The usual distance from one line's bottom to the next, by letter size (to the half point).
+// Bottoms, because a word's box is as tall as its tallest glyph's font, which a quote mark
+// from another font can raise.
 std::map<int, double> usualPitches(const QList<Line>& lines) {
     std::map<int, std::map<int, int>> seen;
     for (qsizetype i = 1; i < lines.size(); ++i) {
         const Line &a = lines[i - 1], &b = lines[i];
-        const double pitch = b.box.top() - a.box.top();
+        const double pitch = b.box.bottom() - a.box.bottom();
         if (similarSize(a.size, b.size) && pitch > 0 && pitch < 2.5 * a.size)
             ++seen[int(std::lround(a.size * 2))][int(std::lround(pitch * 2))];
     }
@@ -125,6 +131,13 @@ std::map<int, double> usualPitches(const QList<Line>& lines) {
         usual[size] = most->first / 2.0;
     }
     return usual;
+}
+
+// A line of a table of contents: its title, a row of leader dots and the page.
+bool isContentsEntry(const Line& line) {
+    static const QRegularExpression leader(
+        QStringLiteral(R"((?:\.{4,}|(?:\. ?){4,}|…{2,})\s*\S{1,8}$)"));
+    return leader.match(textOf(line)).hasMatch();
 }
 
 bool isBullet(QChar c) {
@@ -139,8 +152,13 @@ struct Mark {
     double gap = 0;     // from the mark to the text
 };
 
-Mark markOf(const Line& line) {
+// "1.", "12)" or "a)": a numbered item's mark.
+bool isNumberMark(const QString& word) {
     static const QRegularExpression number(QStringLiteral(R"(^(?:\d{1,3}[.)]|[a-z]\))$)"));
+    return number.match(word).hasMatch();
+}
+
+Mark markOf(const Line& line) {
     const QString first = line.words.first().text;
     if (line.words.size() < 2 && first.size() < 2)
         return {};
@@ -152,9 +170,48 @@ Mark markOf(const Line& line) {
     if (first.size() > 1 && isBullet(first[0]) && first[0] != u'-' && first[0] != u'*' &&
         first[0] != u'–' && first[0] != u'·')
         return {true, false, true, 0};
-    if (line.words.size() > 1 && number.match(first).hasMatch())
+    if (line.words.size() > 1 && isNumberMark(first))
         return {true, true, false, gap};
     return {};
+}
+
+bool isLoneMark(const Line& line) {
+    if (line.words.size() != 1)
+        return false;
+    const QString& text = line.words.first().text;
+    return (text.size() == 1 && isBullet(text[0])) || isNumberMark(text);
+}
+
+// Word processors set a list's marks apart from their text, and poppler often hands them over as
+// lines of their own, all of a list's marks before its text: each goes back to the start of the
+// line it stands beside.
+void attachMarks(QList<Line>& lines) {
+    for (qsizetype i = 0; i < lines.size();) {
+        if (!isLoneMark(lines[i])) {
+            ++i;
+            continue;
+        }
+        const Line& mark = lines[i];
+        const double reach = markReach * std::max(mark.size, 1.0);
+        qsizetype beside = -1;
+        for (qsizetype j = 0; j < lines.size(); ++j) {
+            const Line& text = lines[j];
+            const double shared = std::min(mark.box.bottom(), text.box.bottom()) -
+                                  std::max(mark.box.top(), text.box.top());
+            const double gap = text.box.left() - mark.box.right();
+            if (j != i && !isLoneMark(text) &&
+                shared > sameLine * std::min(mark.box.height(), text.box.height()) && gap > -1 &&
+                gap < reach && (beside < 0 || text.box.left() < lines[beside].box.left()))
+                beside = j;
+        }
+        if (beside < 0) {
+            ++i;
+            continue;
+        }
+        lines[beside].words.prepend(mark.words.first());
+        lines[beside].box = lines[beside].box.united(mark.box);
+        lines.removeAt(i);
+    }
 }
 
 bool startsLowercase(const Line& line) {
@@ -166,11 +223,17 @@ double centre(const Line& line) {
     return line.box.center().x();
 }
 
-// Lines set centred under each other rather than flush left.
+// Lines set centred under each other rather than flush left; lines that start nearly alike
+// are told apart by the other rules.
 bool centred(const Line& a, const Line& b) {
     const double size = std::max(a.size, b.size);
     return std::abs(centre(a) - centre(b)) < 0.5 * size &&
-           std::abs(a.box.left() - b.box.left()) > indent * size;
+           std::abs(a.box.left() - b.box.left()) > 2 * indent * size;
+}
+
+bool allBold(const Line& line) {
+    return std::all_of(line.words.begin(), line.words.end(),
+                       [](const Word& word) { return word.bold; });
 }
 
 struct Building {
@@ -185,11 +248,16 @@ struct Building {
 bool breaksBefore(const Building& current, const Line& a, const Line& b,
                   const std::map<int, double>& pitches) {
     const double size = std::max(a.size, b.size);
-    if (!similarSize(a.size, b.size))
+    if (!similarSize(a.size, b.size) || isContentsEntry(a))
         return true;
-    const double spare = a.edge - a.box.right();
-    const bool endedShort = spare > b.words.first().box.width() + (0.3 + 0.5) * size;
-    const double pitch = b.box.top() - a.box.top();
+    // An item's lines after the first are indented to its text, and end where the first ends.
+    const double edge =
+        current.paragraph.listItem ? std::max(a.edge, current.lines.first()->edge) : a.edge;
+    // A line ending in a word broken at a hyphen goes on, wherever it ends.
+    const bool hyphenated = joinOf(a.words.last().text, b.words.first().text) != Join::space;
+    const bool endedShort =
+        !hyphenated && edge - a.box.right() > b.words.first().box.width() + (0.3 + 0.5) * size;
+    const double pitch = b.box.bottom() - a.box.bottom();
     if (pitch < 0.5 * a.box.height()) // the next column or block, beside or above
         return endedShort || !startsLowercase(b);
     const auto usual = pitches.find(int(std::lround(a.size * 2)));
@@ -197,6 +265,9 @@ bool breaksBefore(const Building& current, const Line& a, const Line& b,
                             ? usual->second * pitchSlack + pitchSlackPoints
                             : unknownPitch * std::max(a.box.height(), b.box.height());
     if (pitch > most)
+        return true;
+    // A heading in the body's size, such as "Abstract" centred over its text.
+    if (allBold(a) && !allBold(b) && a.box.right() < b.box.right() - indent * size)
         return true;
     if (centred(a, b))
         return false;
@@ -260,6 +331,11 @@ void appendLine(Building& building, const Line& line, int skipWords, bool first)
 
 } // namespace
 
+bool inMargin(const QRectF& box, QSizeF page) {
+    return box.bottom() < page.height() * marginBand ||
+           box.top() > page.height() * (1 - marginBand);
+}
+
 Join joinOf(const QString& last, const QString& next) {
     if (last.endsWith(QChar(0x00AD)))
         return Join::hyphenDropped;
@@ -299,6 +375,7 @@ QString joinedLines(const QStringList& lines) {
 QList<Paragraph> paragraphs(const QList<Word>& words, QSizeF page) {
     QList<Line> lines = linesOf(words);
     lines.removeIf([&](const Line& line) { return isPageNumber(line, page); });
+    attachMarks(lines);
     findEdges(lines);
     const std::map<int, double> pitches = usualPitches(lines);
 
@@ -335,6 +412,9 @@ QList<Paragraph> paragraphs(const QList<Word>& words, QSizeF page) {
         current.emplace();
         current->paragraph.listItem = mark.found;
         current->paragraph.ordered = mark.ordered;
+        if (mark.found)
+            current->paragraph.mark =
+                mark.glued ? line.words.first().text.left(1) : line.words.first().text;
         current->markLeft = line.box.left();
         const int skip = mark.found && !mark.glued ? 1 : 0;
         current->textLeft = line.words[skip].box.left();

@@ -29,6 +29,7 @@ struct Paragraph {
     int lines = 0;
     bool listItem = false;
     bool ordered = false;
+    QString mark; // list item: its bullet or number as printed, not part of `runs`
 
     QString text() const {
         QString joined;
@@ -37,6 +38,13 @@ struct Paragraph {
         return joined;
     }
 };
+
+// Running heads, feet and page numbers live in this share of the page's height at its top and
+// bottom (TeX sets its page numbers some 1.3 inches above the foot of the page).
+constexpr double marginBand = 0.13;
+
+// Whether `box` lies in the top or bottom margin band of a page of size `page`.
+bool inMargin(const QRectF& box, QSizeF page);
 
 // The paragraphs of one page, from its words in poppler's reading order. Running page numbers
 // in the top and bottom margins are left out.

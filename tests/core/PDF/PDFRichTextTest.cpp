@@ -31,7 +31,7 @@ QString officeReport(const TestFolder& dir) {
              ("<html><head><meta charset=\"utf-8\"></head><body>"
               "<h1>Größere Überschrift</h1><p>" +
               longParagraph +
-              "</p><h2>Zweite Ebene</h2>"
+              "</p><h2>1. Zweite Ebene</h2>"
               "<ul><li>Erster Punkt</li><li>Zweiter Punkt mit Äpfeln</li></ul>"
               "<ol><li>Eins</li><li>Zwei</li></ol>"
               "<p><img src=\"bild.png\" width=\"200\" height=\"100\"></p>"
@@ -96,7 +96,8 @@ TEST(PDFRichText, ReadsAnOfficeDocumentBackWithItsStructure) {
     EXPECT_EQ(text.blocks.first().kind, Kind::heading);
     EXPECT_EQ(text.blocks.first().level, 1);
     EXPECT_EQ(text.blocks.first().text(), "Größere Überschrift");
-    EXPECT_EQ(textsOf(text, Kind::heading), QStringList({"Größere Überschrift", "Zweite Ebene"}));
+    EXPECT_EQ(textsOf(text, Kind::heading),
+              QStringList({"Größere Überschrift", "1. Zweite Ebene"}));
     EXPECT_EQ(text.fontSize, 12);
 
     // The wrapped lines are one paragraph again, word for word.
@@ -139,22 +140,51 @@ TEST(PDFRichText, ReadsAnOfficeDocumentBackWithItsStructure) {
               errorOf([&] { control->throwIfCancelled(); }));
 }
 
-TEST(PDFRichText, JoinsHyphenatedWordsAndKeepsParagraphsApart) {
+TEST(PDFRichText, JoinsLinesAndLeavesRunningHeadsOut) {
+    // Pages as a word processor prints them: a running head and a page number in the margins,
+    // the body in 12-point Helvetica, the bullets of a list drawn apart from their items.
+    auto page = [](const QByteArray& body, const QByteArray& bullets, int number) {
+        return "BT /F1 9 Tf 72 806 Td (Jahresbericht 2024) Tj ET "
+               "BT /F1 12 Tf 72 700 Td 15 TL " +
+               body + " ET " + bullets + "BT /F1 9 Tf 290 40 Td (- " + QByteArray::number(number) +
+               " -) Tj ET";
+    };
+    const QByteArray first =
+        page("(Ein Wort am Zeilenende getrennt wird beim Lesen wieder zusam-) Tj T* "
+             "(mengesetzt, aber echte Bindestriche wie in der E-Mail-) Tj T* "
+             "(Adresse bleiben stehen, so wie auf dem Papier.) Tj T* T* "
+             "(Nach der Leerzeile beginnt ein neuer Absatz, der hier endet.) Tj T* "
+             "(\\225 Ein Punkt beginnt einen neuen Listenpunkt, der auf der) Tj T* "
+             "(   folgenden Zeile weitergeht.) Tj T* (2. Diese Zahl beginnt keine Liste) Tj T* T* "
+             "(85 \\200) Tj",
+             "", 1);
+    const QByteArray second = page("0 -15 Td (Ein Punkt vor dem Text) Tj T* (und noch einer) Tj",
+                                   "BT /F1 12 Tf 50 685 Td (\\225) Tj 0 -15 Td (\\225) Tj ET ", 2);
+    const QByteArray font = "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica "
+                            "/Encoding /WinAnsiEncoding >>";
     TestFolder dir;
     const QString pdf = dir.file(
-        "getrennt.pdf",
-        textPDF({"Ein Wort am Zeilenende getrennt\nwird beim Lesen wieder zusam-\nmengesetzt, "
-                 "aber echte Binde-\nStriche bleiben stehen.\n\nNach der Leerzeile beginnt "
-                 "nun\nhier ein "
-                 "neuer Absatz.\n- Ein Strich am Zeilenanfang\n- ist ein Listenpunkt",
-                 "3"}));
+        "Bericht.pdf",
+        pdfOf({"<< /Type /Catalog /Pages 2 0 R >>",
+               "<< /Type /Pages /Kids [3 0 R 5 0 R] /Count 2 >>",
+               "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Resources << /Font << /F1 7 "
+               "0 R >> >> /Contents 4 0 R >>",
+               streamObject({}, first),
+               "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Resources << /Font << /F1 7 "
+               "0 R >> >> /Contents 6 0 R >>",
+               streamObject({}, second), font}));
     const StyledText text = PDFConverter::attributedText(pdf, {});
-    EXPECT_EQ(textsOf(text, Kind::paragraph),
-              QStringList({"Ein Wort am Zeilenende getrennt wird beim Lesen wieder "
-                           "zusammengesetzt, aber echte Binde-Striche bleiben stehen.",
-                           "Nach der Leerzeile beginnt nun hier ein neuer Absatz.", "3"}));
-    EXPECT_EQ(textsOf(text, Kind::listItem),
-              QStringList({"Ein Strich am Zeilenanfang", "ist ein Listenpunkt"}));
+    QStringList blocks;
+    for (const StyledBlock& block : text.blocks)
+        blocks.append(QString::number(int(block.kind)) + " " + block.text());
+    EXPECT_EQ(blocks, QStringList({"0 Ein Wort am Zeilenende getrennt wird beim Lesen wieder "
+                                   "zusammengesetzt, aber echte Bindestriche wie in der "
+                                   "E-Mail-Adresse bleiben stehen, so wie auf dem Papier.",
+                                   "0 Nach der Leerzeile beginnt ein neuer Absatz, der hier endet.",
+                                   "2 Ein Punkt beginnt einen neuen Listenpunkt, der auf der "
+                                   "folgenden Zeile weitergeht.",
+                                   "0 2. Diese Zahl beginnt keine Liste", "0 85 €", "3 ",
+                                   "2 Ein Punkt vor dem Text", "2 und noch einer"}));
     EXPECT_EQ(text.fontFamily, "Helvetica");
 }
 
@@ -186,7 +216,7 @@ TEST(StyledTextHTML, WritesWhatBrowsersAndLibreOfficeReadBack) {
     const QStringList seen = parsedHTML(StyledTextHTML::write(read, "Bericht <1> & \"2\""));
     const QString picture = read.blocks[read.blocks.size() - 3].mimeType;
     EXPECT_EQ(seen, QStringList({"title: Bericht <1> & \"2\"", "h1: Größere Überschrift",
-                                 "p: " + plain(longParagraph), "h2: Zweite Ebene",
+                                 "p: " + plain(longParagraph), "h2: 1. Zweite Ebene",
                                  "ul:", "li: Erster Punkt", "li: Zweiter Punkt mit Äpfeln", "ol:",
                                  "li: Eins", "li: Zwei", "p:", "img: data:" + picture + ";base64",
                                  "p: Zweite Seite mit Text. [page-break-before: always]"}));
