@@ -180,10 +180,19 @@ std::optional<VImage> alphaOf(QPDFObjectHandle mask, int width, int height) {
     if (integerOf(dict.getKey("/Width")) != width || integerOf(dict.getKey("/Height")) != height ||
         integerOf(dict.getKey("/BitsPerComponent")) != 8 || isJPEG(dict.getKey("/Filter")))
         return std::nullopt;
+    // Office programs store masks inverted, with a decode array [1 0].
+    QPDFObjectHandle decode = dict.getKey("/Decode");
+    const bool inverted =
+        decode.isArray() && decode.getArrayNItems() == 2 && decode.getArrayItem(0).isNumber() &&
+        decode.getArrayItem(0).getNumericValue() == 1 && decode.getArrayItem(1).isNumber() &&
+        decode.getArrayItem(1).getNumericValue() == 0;
+    if (!decode.isNull() && !inverted)
+        return std::nullopt;
     const std::string samples = streamBytes(mask, qpdf_dl_generalized);
     if (samples.size() < size_t(width) * size_t(height))
         return std::nullopt;
-    return imageOf(samples.data(), width, height, 1);
+    const VImage alpha = imageOf(samples.data(), width, height, 1);
+    return inverted ? alpha.invert() : alpha;
 }
 
 // The image as a file a browser and a word processor show; nothing when it cannot be read.
@@ -202,6 +211,11 @@ std::optional<PageImage> encoded(QPDFObjectHandle image) {
     if (isJPEG(dict.getKey("/Filter"))) {
         const std::string jpeg = streamBytes(image, qpdf_dl_none);
         VImage decoded = VImage::new_from_buffer(jpeg.data(), jpeg.size(), "");
+        // A photo cut out with a soft mask is shown cut out; the JPEG alone has no transparency.
+        const std::optional<VImage> alpha = alphaOf(dict.getKey("/SMask"), width, height);
+        if (alpha && alpha->min() < 255 && decoded.width() == width && decoded.height() == height &&
+            (decoded.bands() == 1 || decoded.bands() == 3))
+            return PageImage{pngOf(decoded.bandjoin(*alpha)), QStringLiteral("image/png"), {}};
         if (decoded.bands() == 1 || decoded.bands() == 3)
             return PageImage{
                 QByteArray(jpeg.data(), qsizetype(jpeg.size())), QStringLiteral("image/jpeg"), {}};

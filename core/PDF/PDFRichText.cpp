@@ -81,9 +81,12 @@ QRectF upright(const QRectF& box, int turns, QSizeF page) {
     }
 }
 
+// A page's text, turned upright when most of it runs down or up the page as shown.
 struct PageText {
     QList<Paragraph> paragraphs;
-    QSizeF size;
+    QSizeF size;   // upright
+    int turns = 0; // quarter turns from the page as shown to upright
+    QSizeF shown;  // the page as shown
 };
 
 // The words of the page in poppler's reading order, in the direction most of them run.
@@ -117,7 +120,7 @@ PageText textOf(const poppler::page& page, std::map<QString, qsizetype>& familie
         words.append(word);
     }
     const QSizeF upright = turn % 2 ? shown.transposed() : shown;
-    return {PDFTextLayout::paragraphs(words, upright), upright};
+    return {PDFTextLayout::paragraphs(words, upright), upright, turn, shown};
 }
 
 bool emptyText(const QString& text) {
@@ -126,12 +129,14 @@ bool emptyText(const QString& text) {
     });
 }
 
-// Running heads and feet: single lines in a page's margin band that recur, their numbers aside,
-// on another page.
-void dropRunningLines(std::vector<PageText>& pages) {
+// Running heads and feet: single lines no larger than the body text in a page's margin band
+// that recur, their numbers aside, on another page. A heading near the top that shares its
+// words is larger.
+void dropRunningLines(std::vector<PageText>& pages, double body) {
     static const QRegularExpression digits(QStringLiteral("\\d+"));
-    auto running = [](const Paragraph& paragraph, const PageText& page) {
-        return paragraph.lines == 1 && PDFTextLayout::inMargin(paragraph.box, page.size);
+    auto running = [body](const Paragraph& paragraph, const PageText& page) {
+        return paragraph.lines == 1 && paragraph.size < body * boldHeadingScale &&
+               PDFTextLayout::inMargin(paragraph.box, page.size);
     };
     auto key = [](const Paragraph& paragraph) {
         return paragraph.text().replace(digits, QStringLiteral("#")).simplified();
@@ -247,6 +252,8 @@ StyledBlock blockOf(const Paragraph& paragraph, double body, const std::map<int,
 // that shares some of its width, so that a picture beside a column lands in that column.
 QList<StyledBlock> withImages(const PageText& page, QList<PDFPageImages::PageImage> images,
                               double body, const std::map<int, int>& levels) {
+    for (PDFPageImages::PageImage& image : images)
+        image.placed = upright(image.placed, page.turns, page.shown);
     const QRectF whole(QPointF(0, 0), page.size);
     images.removeIf([&](const PDFPageImages::PageImage& image) {
         const QRectF shown = image.placed.intersected(whole);
@@ -345,9 +352,9 @@ StyledText read(const QString& pdf, const OutputContext& context) {
     if (emptyText(plain))
         return recognised(pdf, count, context);
 
-    dropRunningLines(pages);
     StyledText text;
     text.fontSize = bodySize(pages);
+    dropRunningLines(pages, text.fontSize);
     checkNumbering(pages, text.fontSize);
     const auto family = std::max_element(families.begin(), families.end(),
                                          [](auto& a, auto& b) { return a.second < b.second; });
