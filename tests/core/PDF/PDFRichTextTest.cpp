@@ -188,6 +188,38 @@ TEST(PDFRichText, JoinsLinesAndLeavesRunningHeadsOut) {
     EXPECT_EQ(text.fontFamily, "Helvetica");
 }
 
+TEST(PDFRichText, PlacesPicturesOfTurnedPagesBetweenTheirLines) {
+    // A page shown turned by a quarter, its text upright in the page's own space, and between
+    // two lines a palette picture, left half red and right half blue.
+    QByteArray indexes;
+    for (int row = 0; row < 20; ++row)
+        indexes += QByteArray(20, '\0') + QByteArray(20, '\1');
+    TestFolder dir;
+    const QString pdf = dir.file(
+        "quer.pdf",
+        pdfOf(
+            {"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+             "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Rotate 90 /Resources << "
+             "/Font << /F1 5 0 R >> /XObject << /Im 6 0 R >> >> /Contents 4 0 R >>",
+             streamObject({}, "BT /F1 12 Tf 72 760 Td (Oben) Tj ET q 200 0 0 100 72 600 cm /Im "
+                              "Do Q BT /F1 12 Tf 72 560 Td (Unten) Tj ET"),
+             "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>",
+             streamObject("/Type /XObject /Subtype /Image /Width 40 /Height 20 "
+                          "/BitsPerComponent 8 /ColorSpace [/Indexed /DeviceRGB 1 <FF00000000FF>]",
+                          indexes)}));
+    const StyledText text = PDFConverter::attributedText(pdf, {});
+    ASSERT_EQ(text.blocks.size(), 3);
+    EXPECT_EQ(text.blocks[0].text(), "Oben");
+    EXPECT_EQ(text.blocks[2].text(), "Unten");
+    const StyledBlock& picture = text.blocks[1];
+    ASSERT_EQ(picture.kind, Kind::image);
+    EXPECT_EQ(picture.size, QSizeF(200, 100));
+    const QString file = dir.file("bild.png", picture.image);
+    EXPECT_EQ(sizeOf(file), "40 x 20");
+    EXPECT_TRUE(isNear(pixelAt(file, 5, 10), red, 0));
+    EXPECT_TRUE(isNear(pixelAt(file, 35, 10), blue, 0));
+}
+
 TEST(PDFRichText, FallsBackToTextRecognitionForScans) {
     TestFolder dir;
     const QString scan = ImageConverter::makePDF(
