@@ -49,6 +49,8 @@ FontStyle styleOf(const std::string& fontName) {
                                          QRegularExpression::CaseInsensitiveOption);
     static const QRegularExpression italic(QStringLiteral("italic|oblique|ital"),
                                            QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression italicWord(QStringLiteral("italic|oblique"),
+                                               QRegularExpression::CaseInsensitiveOption);
     static const QRegularExpression shortItalic(QStringLiteral("(?:^|[-,a-z])It(?:MT)?$"));
     static const QRegularExpression texBold(QStringLiteral("^CM(?:B|BX|SSBX)\\d"));
     static const QRegularExpression texItalic(QStringLiteral("^CM(?:TI|SL|MI|BXTI|SSI)\\d"));
@@ -56,10 +58,15 @@ FontStyle styleOf(const std::string& fontName) {
     static const QRegularExpression camel(QStringLiteral("([a-z])([A-Z])"));
     static const QRegularExpression styleSeparator(QStringLiteral("[-,]"));
     const QString name = QString::fromLatin1(fontName).remove(subset);
+    // The style is looked for after the family ("Italianno-Regular" is upright), in names
+    // without a separator only as whole words.
+    const qsizetype separator = name.indexOf(styleSeparator);
+    const QString part = separator < 0 ? QString() : name.mid(separator + 1);
     FontStyle style;
-    style.bold = bold.match(name).hasMatch() || texBold.match(name).hasMatch();
-    style.italic = italic.match(name).hasMatch() || shortItalic.match(name).hasMatch() ||
-                   texItalic.match(name).hasMatch();
+    style.bold = (separator < 0 ? bold.match(name) : bold.match(part)).hasMatch() ||
+                 texBold.match(name).hasMatch();
+    style.italic = (separator < 0 ? italicWord.match(name) : italic.match(part)).hasMatch() ||
+                   shortItalic.match(name).hasMatch() || texItalic.match(name).hasMatch();
     style.family = name.section(styleSeparator, 0, 0)
                        .remove(trailer)
                        .replace(camel, QStringLiteral("\\1 \\2"));

@@ -188,6 +188,43 @@ TEST(PDFRichText, JoinsLinesAndLeavesRunningHeadsOut) {
     EXPECT_EQ(text.fontFamily, "Helvetica");
 }
 
+TEST(PDFRichText, TellsBoldAndItalicFromTheFontNames) {
+    // Names as Word, InDesign, LibreOffice and TeX write them; poppler stands in for the fonts.
+    const QList<QByteArray> names{"Arial,BoldItalic",
+                                  "TimesNewRomanPS-ItalicMT",
+                                  "ABCDEF+MinionPro-SemiboldIt",
+                                  "CMBX10",
+                                  "CMTI10",
+                                  "Helvetica-Oblique",
+                                  "Arial-BlackMT",
+                                  "Italianno-Regular"};
+    QByteArray content = "BT 12 TL 72 700 Td ", fonts;
+    for (qsizetype i = 0; i < names.size(); ++i) {
+        content += "/F" + QByteArray::number(i) + " 12 Tf (Wort" + QByteArray::number(i) + " ) Tj ";
+        fonts += "/F" + QByteArray::number(i) + " " + QByteArray::number(4 + i) + " 0 R ";
+    }
+    QList<QByteArray> objects{
+        "<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+        "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Resources << "
+        "/Font << " +
+            fonts + ">> >> /Contents " + QByteArray::number(4 + names.size()) + " 0 R >>"};
+    for (const QByteArray& name : names)
+        objects.append("<< /Type /Font /Subtype /Type1 /BaseFont /" + name + " >>");
+    objects.append(streamObject({}, content + "ET"));
+    TestFolder dir;
+    const StyledText text =
+        PDFConverter::attributedText(dir.file("Schriften.pdf", pdfOf(objects)), {});
+    ASSERT_EQ(text.blocks.size(), 1);
+    QStringList styles;
+    for (const StyledRun& run : text.blocks[0].runs) {
+        for (const QString& word : run.text.split(' ', Qt::SkipEmptyParts))
+            styles.append(word + (run.bold ? " fett" : "") + (run.italic ? " kursiv" : ""));
+    }
+    EXPECT_EQ(styles,
+              QStringList({"Wort0 fett kursiv", "Wort1 kursiv", "Wort2 fett kursiv", "Wort3 fett",
+                           "Wort4 kursiv", "Wort5 kursiv", "Wort6 fett", "Wort7"}));
+}
+
 TEST(PDFRichText, PlacesPicturesOfTurnedPagesBetweenTheirLines) {
     // A page shown turned by a quarter, its text upright in the page's own space, and between
     // two lines a palette picture, left half red and right half blue.
@@ -253,15 +290,25 @@ TEST(StyledTextHTML, WritesWhatBrowsersAndLibreOfficeReadBack) {
                                  "li: Eins", "li: Zwei", "p:", "img: data:" + picture + ";base64",
                                  "p: Zweite Seite mit Text. [page-break-before: always]"}));
 
-    // Text that looks like markup stays text; LibreOffice keeps the page break and the list.
+    // Text that looks like markup stays text; LibreOffice keeps the page breaks and the lists,
+    // and a numbered list broken by a page goes on counting after it.
     StyledText made;
+    auto item = [](const QString& text, bool ordered) {
+        return StyledBlock{.kind = Kind::listItem, .runs = {{text}}, .ordered = ordered};
+    };
     made.blocks = {{.kind = Kind::paragraph, .runs = {{"a < b & <i>c</i>", true, true}}},
                    {.kind = Kind::pageBreak},
-                   {.kind = Kind::listItem, .runs = {{"Punkt"}}}};
+                   item("Punkt", false),
+                   item("Eins", true),
+                   item("Zwei", true),
+                   {.kind = Kind::pageBreak},
+                   item("Drei", true)};
     const QString file = dir.file("made.html", StyledTextHTML::write(made, "made"));
     EXPECT_EQ(parsedHTML(readText(file)).mid(1),
-              QStringList({"p: a < b & <i>c</i>", "ul: [page-break-before: always]", "li: Punkt"}));
+              QStringList({"p: a < b & <i>c</i>", "ul: [page-break-before: always]", "li: Punkt",
+                           "ol:", "li: Eins", "li: Zwei", "ol: [page-break-before: always]",
+                           "li: Drei"}));
     const QString pdf = officeDocument(file, "pdf");
-    EXPECT_EQ(pageCountOf(pdf), 2);
-    EXPECT_EQ(textOf(pdf).simplified(), "a < b & <i>c</i> • Punkt");
+    EXPECT_EQ(pageCountOf(pdf), 3);
+    EXPECT_EQ(textOf(pdf).simplified(), "a < b & <i>c</i> • Punkt 1. Eins 2. Zwei 3. Drei");
 }
