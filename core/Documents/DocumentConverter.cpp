@@ -7,7 +7,9 @@
 #include "HTMLImages.h"
 #include "Markdown.h"
 #include "OfficeSuite.h"
+#include "PDF/PDFConverter.h"
 #include "ScratchFolder.h"
+#include "StyledTextHTML.h"
 #include "TextHTML.h"
 
 #include <QDir>
@@ -73,6 +75,7 @@ public:
 
 private:
     void take(qsizetype index);
+    void takePDF(qsizetype index);
     void convertInOffice(const QList<qsizetype>& chosen, const QString& inputFilter);
     QString resultsFolder() const;
     void queueHTML(qsizetype index, const QByteArray& html);
@@ -161,11 +164,31 @@ void Batch::take(qsizetype index) {
     }
     if (ext == u"rtfd") // a folder that keeps its text as RTF beside the pictures
         return queueFile(index, input + QStringLiteral("/TXT.rtf"));
-    if (ext == u"pages" || ext == u"webarchive" || ext == u"pdf")
+    if (ext == u"pdf")
+        return takePDF(index);
+    if (ext == u"pages" || ext == u"webarchive")
         throw ConversionError::unsupported(
             QStringLiteral("%1 in %2").arg(ext.toUpper(), format_.title));
     DocumentCheck::verify(input);
     queueFile(index, input);
+}
+
+// A PDF is read as a flowing document with its structure; LibreOffice makes an editable DOCX
+// or RTF of the HTML written from it.
+void Batch::takePDF(qsizetype index) {
+    const QString& input = inputs_[index];
+    OutputContext reading = context_;
+    reading.fileProgress = [this](double part) {
+        context_.reportFraction((double(told_) + part) / double(inputs_.size()));
+    };
+    const QByteArray html =
+        StyledTextHTML::write(PDFConverter::attributedText(input, reading), outputStem(input));
+    if (format_ == DocumentFormat::html) {
+        const QString output = AtomicFile::writeBytes(
+            context_.destination(input, QStringLiteral("html")), [&] { return html; });
+        return tell(index, {output}, {});
+    }
+    queueHTML(index, html);
 }
 
 void Batch::queueHTML(qsizetype index, const QByteArray& html) {

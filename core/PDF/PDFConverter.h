@@ -4,6 +4,7 @@
 #include "Image/ImageFormat.h"
 #include "OutputContext.h"
 #include "PDFPageCopy.h"
+#include "PDFRichText.h"
 #include "PageRanges.h"
 
 #include <QList>
@@ -39,5 +40,10 @@ QString toImages(const QString& input, const ImageFormat& format, const OutputCo
 // The document's text as "{name}.txt"; pages without a text layer are read by text
 // recognition.
 QString toText(const QString& input, const OutputContext& context);
+
+// The styled text of every page, for the document converter; see PDFRichText.
+inline StyledText attributedText(const QString& input, const OutputContext& context) {
+    return PDFRichText::read(input, context);
+}
 
 } // namespace tramix::PDFConverter

@@ -186,3 +186,29 @@ TEST(Documents, TwoConversionsAtOnceLeaveTheUsersLibreOfficeAlone) {
     ::kill(-pid_t(users.processId()), SIGKILL);
     users.waitForFinished();
 }
+
+// A PDF made by our own engine comes back as an editable document, not one box per line.
+TEST(Documents, PDFsBecomeEditableDocumentsWithHeadingsListsAndWholeParagraphs) {
+    TestFolder folder;
+    const QString paragraph = "Dieser Absatz ist lang genug, um über mehrere Zeilen zu laufen, "
+                              "damit das Zusammenfügen von Zeilen geprüft wird, mit Umlauten.";
+    const QString markdown = folder.file("Bericht.md", ("# Jahresbericht\n\n" + paragraph +
+                                                        "\n\n## Ziele\n\n- erstes Ziel\n"
+                                                        "- zweites Ziel\n")
+                                                           .toUtf8());
+    const OutputContext context;
+    const QString pdf = DocumentConverter::convert(markdown, DocumentFormat::pdf, context);
+    const QString body = unzipped(DocumentConverter::convert(pdf, DocumentFormat::docx, context),
+                                  "word/document.xml");
+    EXPECT_TRUE(body.contains(R"(<w:pStyle w:val="Heading1"/>)"));
+    EXPECT_TRUE(body.contains(R"(<w:pStyle w:val="Heading2"/>)"));
+    EXPECT_EQ(body.count("<w:numPr>"), 2) << "two list items";
+    EXPECT_TRUE(body.contains(">" + paragraph + "<")) << "the wrapped lines as one paragraph";
+    const QString html = readText(DocumentConverter::convert(pdf, DocumentFormat::html, context));
+    EXPECT_TRUE(html.contains("<h1>Jahresbericht</h1>")) << html.toStdString();
+    EXPECT_EQ(errorOf([&] {
+                  DocumentConverter::convert(folder.file("Leer.pdf", pagesPDF({})),
+                                             DocumentFormat::rtf, context);
+              }),
+              "Im PDF wurde kein Text gefunden.");
+}
