@@ -50,8 +50,8 @@ CallOutcome call(const FileOperation& operation, const QStringList& inputs,
     }
 }
 
-void runCombined(const FileOperation& operation, const QStringList& all,
-                 const OutputContext& context, JobResult& result) {
+// The inputs a converter may open; the others fail with their refusal.
+QStringList accepted(const QStringList& all, JobResult& result) {
     QStringList inputs;
     for (const QString& input : all) {
         if (const std::optional<QString> refused = refusal(input))
@@ -59,6 +59,12 @@ void runCombined(const FileOperation& operation, const QStringList& all,
         else
             inputs.append(input);
     }
+    return inputs;
+}
+
+void runCombined(const FileOperation& operation, const QStringList& all,
+                 const OutputContext& context, JobResult& result) {
+    const QStringList inputs = accepted(all, result);
     if (inputs.isEmpty())
         return;
     CallOutcome outcome = call(operation, inputs, context);
@@ -118,13 +124,7 @@ void runPerFile(const FileOperation& operation, const QStringList& inputs,
 void runBatched(const FileOperation& operation, const QStringList& all,
                 const OutputContext& context, const Progress& progress, const Fraction& fraction,
                 JobResult& result) {
-    QStringList inputs;
-    for (const QString& input : all) {
-        if (const std::optional<QString> refused = refusal(input))
-            result.failures.append({input, *refused});
-        else
-            inputs.append(input);
-    }
+    const QStringList inputs = accepted(all, result);
     const qsizetype refused = all.size() - inputs.size();
     std::vector<bool> told(size_t(inputs.size()), false);
     qsizetype done = refused;
