@@ -195,7 +195,7 @@ TEST(Markdown, DocumentsKeepTheirFrame) {
     EXPECT_TRUE(html.endsWith("</style></head>\n<body>\n\n</body></html>"));
     EXPECT_TRUE(Markdown::toHTML("# x", "t").endsWith("<body>\n<h1>x</h1>\n</body></html>"));
 }
-TEST(Markdown, DocumentConverterWritesMarkdownFilesAsHTMLOnly) {
+TEST(Markdown, DocumentConverterWritesMarkdownAndTextAsHTMLWithoutAnOfficeSuite) {
     test::TestFolder folder;
     const auto convert = [](const QString& input, const DocumentFormat& format) {
         return DocumentConverter::convert(input, format, {});
@@ -221,10 +221,10 @@ TEST(Markdown, DocumentConverterWritesMarkdownFilesAsHTMLOnly) {
     };
     EXPECT_EQ(failure(folder.path("fehlt.md"), DocumentFormat::html),
               "„fehlt.md“ konnte nicht gelesen werden.");
-    EXPECT_EQ(failure(notes, DocumentFormat::pdf), "Nicht unterstützt: Dokumentumwandlung in PDF");
-    EXPECT_EQ(failure(folder.file("brief.txt", "x"), DocumentFormat::html),
-              "Nicht unterstützt: Dokumentumwandlung in HTML");
-    EXPECT_EQ(folder.names(),
-              QStringList({"Notizen & Ideen 2.html", "Notizen & Ideen.html", "Notizen & Ideen.md",
-                           "alt.html", "alt.markdown", "bom.html", "bom.md", "brief.txt"}));
+    // Plain text to HTML needs no office suite either.
+    EXPECT_TRUE(test::readText(convert(folder.file("brief.txt", "a < b"), DocumentFormat::html))
+                    .contains("<p>a &lt; b</p>"));
+    EXPECT_EQ(folder.names(), QStringList({"Notizen & Ideen 2.html", "Notizen & Ideen.html",
+                                           "Notizen & Ideen.md", "alt.html", "alt.markdown",
+                                           "bom.html", "bom.md", "brief.html", "brief.txt"}));
 }
