@@ -14,14 +14,6 @@ namespace tramix::ChildProcess {
 
 namespace {
 
-// A tool left running after we are killed would finish a result nobody will ever name, or fill
-// the disk with it.
-void dieWithParent(pid_t parent) {
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::getppid() != parent)
-        ::_exit(1); // the parent died before the line above took effect
-}
-
 // Our own failure sentence for a tool that ended badly; its error text goes to the log only.
 [[noreturn]] void fail(const QString& name, const QStringList& arguments, QProcess& process,
                        const Explain& explain) {
@@ -49,6 +41,14 @@ void startOrThrow(QProcess& process, const QString& name) {
 constexpr int pollMs = 100; // how soon a cancel is noticed
 
 } // namespace
+
+// A tool left running after we are killed would finish a result nobody will ever name, or fill
+// the disk with it.
+void dieWithParent(pid_t parent) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent)
+        ::_exit(1); // the parent died before the line above took effect
+}
 
 void run(const QString& tool, const QStringList& arguments, const QString& workingFolder,
          const QProcessEnvironment& extraEnvironment, const Explain& explain) {

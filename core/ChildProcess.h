@@ -5,12 +5,17 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <sys/types.h>
 
 namespace tramix::ChildProcess {
 
 // Turns a tool's failure (its exit code and its error output) into a German sentence for the
 // user, or an empty text when the cause is not one the user can act on.
 using Explain = std::function<QString(int exitCode, const QString& errorOutput)>;
+
+// For a child process between fork and exec: it is killed when `parent` (this process) dies,
+// and ends at once when that has already happened.
+void dieWithParent(pid_t parent);
 
 // Runs one tool to its end. Unless it exits with 0, the tool's error output goes to the engine
 // log and ConversionError is thrown with what `explain` makes of it, or "{tool} ist

@@ -1,5 +1,5 @@
 // Office documents that tests build for themselves: HTML they write, turned into DOCX, ODT, RTF
-// or PDF by LibreOffice run directly with a profile of the test's own.
+// or PDF by LibreOffice, run as the engine runs it.
 #pragma once
 
 #include <QString>

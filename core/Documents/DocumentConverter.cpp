@@ -22,19 +22,6 @@ namespace tramix::DocumentConverter {
 
 namespace {
 
-// LibreOffice's export filter for each format.
-OfficeSuite::Target targetFor(const DocumentFormat& format) {
-    static const QHash<QString, QString> filters = {
-        {QStringLiteral("docx"), QStringLiteral("MS Word 2007 XML")},
-        {QStringLiteral("pdf"), QStringLiteral("writer_pdf_Export")},
-        {QStringLiteral("rtf"), QStringLiteral("Rich Text Format")},
-        {QStringLiteral("odt"), QStringLiteral("writer8")},
-        {QStringLiteral("html"), QStringLiteral("HTML (StarWriter):EmbedImages")},
-        {QStringLiteral("txt"), QStringLiteral("Text (encoded):UTF8,LF")},
-    };
-    return {format.ext, filters.value(format.ext)};
-}
-
 QByteArray readBytes(const QString& input) {
     QFile file(input);
     if (!file.open(QIODevice::ReadOnly))
@@ -128,7 +115,7 @@ void Batch::convertInOffice(const QList<qsizetype>& chosen, const QString& input
     OfficeSuite::Options options;
     options.inputFilter = inputFilter;
     OfficeSuite::convert(
-        sources, targetFor(format_), resultsFolder(),
+        sources, OfficeSuite::targetFor(format_.ext), resultsFolder(),
         [&](qsizetype index, const std::optional<QString>& error) {
             officeEnded(chosen[index], error);
         },
@@ -230,8 +217,8 @@ void Batch::officeEnded(qsizetype source, const std::optional<QString>& error) {
     if (error)
         return tell(index, {}, error);
     try {
-        const QString result =
-            OfficeSuite::resultPath(sources_[source], targetFor(format_), resultsFolder());
+        const QString result = OfficeSuite::resultPath(
+            sources_[source], OfficeSuite::targetFor(format_.ext), resultsFolder());
         tell(index, {commit(inputs_[index], result)}, {});
     } catch (const std::exception& failure) {
         tell(index, {}, describeError(failure));

@@ -1,5 +1,6 @@
 #include "OfficeSuite.h"
 
+#include "ChildProcess.h"
 #include "ConversionError.h"
 #include "EngineLog.h"
 #include "OfficeProfile.h"
@@ -11,7 +12,6 @@
 #include <QStandardPaths>
 #include <algorithm>
 #include <csignal>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace tramix::OfficeSuite {
@@ -40,9 +40,7 @@ QString officeProgram(const Options& options) {
 // LibreOffice runs in a process group of its own, so that whatever it starts goes with it.
 void detach(pid_t parent) {
     ::setpgid(0, 0);
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::getppid() != parent)
-        ::_exit(1);
+    ChildProcess::dieWithParent(parent);
 }
 
 // `group` is the pid read at the start: once the process has ended Qt says 0, and a kill of
@@ -102,11 +100,12 @@ QStringList argumentsFor(const QString& profile, const Target& target, const QSt
                              QStringLiteral("--norestore"),
                              QStringLiteral("--nologo"),
                              QStringLiteral("--nodefault"),
-                             QStringLiteral("--infilter=") + options.inputFilter,
                              QStringLiteral("--convert-to"),
                              target.ext + u':' + target.filter,
                              QStringLiteral("--outdir"),
                              outFolder};
+    if (!options.inputFilter.isEmpty())
+        arguments.append(QStringLiteral("--infilter=") + options.inputFilter);
     for (qsizetype index : order)
         arguments.append(sources[index].path);
     return arguments;
@@ -116,10 +115,7 @@ QList<qsizetype> OfficeRun::run(const QString& program, const QString& profile,
                                 const std::function<bool()>& cancelled, const Options& options) {
     QProcess process;
     process.setProgram(program);
-    QStringList arguments = argumentsFor(profile, target_, outFolder_, sources_, order_, options);
-    if (options.inputFilter.isEmpty())
-        arguments.removeIf([](const QString& argument) { return argument == u"--infilter="; });
-    process.setArguments(arguments);
+    process.setArguments(argumentsFor(profile, target_, outFolder_, sources_, order_, options));
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.setStandardInputFile(QProcess::nullDevice());
     // Its temporary files go where our scratch work goes, and with it.
@@ -235,13 +231,11 @@ QList<qsizetype> OfficeRun::finish(End end, int exitCode, const Options& options
     }
     // The document being saved made it stop, unless it was saved whole; else the next one,
     // which was being loaded.
-    qsizetype culprit = saving_;
-    if (saving_ >= 0 && savedWhole(order_[saving_])) {
+    qsizetype culprit = next_;
+    if (saving_ >= 0 && !savedWhole(order_[saving_]))
+        culprit = saving_;
+    else
         endSaving();
-        culprit = next_;
-    }
-    if (culprit < 0)
-        culprit = next_;
     if (culprit >= order_.size())
         return {};
     const QString& name = sources_[order_[culprit]].name;
@@ -257,6 +251,18 @@ QList<qsizetype> OfficeRun::finish(End end, int exitCode, const Options& options
 }
 
 } // namespace
+
+Target targetFor(const QString& ext) {
+    static const QHash<QString, QString> filters = {
+        {QStringLiteral("docx"), QStringLiteral("MS Word 2007 XML")},
+        {QStringLiteral("pdf"), QStringLiteral("writer_pdf_Export")},
+        {QStringLiteral("rtf"), QStringLiteral("Rich Text Format")},
+        {QStringLiteral("odt"), QStringLiteral("writer8")},
+        {QStringLiteral("html"), QStringLiteral("HTML (StarWriter):EmbedImages")},
+        {QStringLiteral("txt"), QStringLiteral("Text (encoded):UTF8,LF")},
+    };
+    return {ext, filters.value(ext)};
+}
 
 QString resultPath(const Source& source, const Target& target, const QString& outFolder) {
     return outFolder + u'/' + QFileInfo(source.path).completeBaseName() + u'.' + target.ext;

@@ -16,6 +16,10 @@ struct Target {
     QString filter;
 };
 
+// Writer's target for a document extension (docx, pdf, rtf, odt, html, txt): HTML with its
+// pictures inside, text as UTF-8 with line feeds.
+Target targetFor(const QString& ext);
+
 struct Source {
     QString path; // the file LibreOffice opens; stems are unique within one batch
     QString name; // what the user calls it, for the sentences
