@@ -64,7 +64,6 @@ private:
     void take(qsizetype index);
     void takePDF(qsizetype index);
     void convertInOffice(const QList<qsizetype>& chosen, const QString& inputFilter);
-    QString resultsFolder() const;
     void queueHTML(qsizetype index, const QByteArray& html);
     void queueFile(qsizetype index, const QString& path);
     QString uniqueStem(const QString& stem);
@@ -77,6 +76,7 @@ private:
     const OutputContext& context_;
     const Outcome& outcome_;
     ScratchFolder scratch_;
+    QString results_; // where LibreOffice writes, made before it starts
     QList<OfficeSuite::Source> sources_;
     QList<qsizetype> owners_; // the input of each source
     QSet<QString> stems_;
@@ -96,6 +96,8 @@ void Batch::run() {
             tell(index, {}, describeError(error));
         }
     }
+    if (sources_.isEmpty())
+        return;
     // LibreOffice opens web pages in its web editor, whose PDFs lose their first paragraph;
     // read as text documents they come out whole. The import filter holds for a whole start, so
     // web pages and other documents each get one.
@@ -104,6 +106,8 @@ void Batch::run() {
         const QString ext = QFileInfo(sources_[source].path).suffix().toLower();
         (ext == u"html" || ext == u"htm" ? pages : others).append(source);
     }
+    results_ = scratch_.filePath(QStringLiteral("results"));
+    QDir().mkpath(results_);
     convertInOffice(others, {});
     convertInOffice(pages, QStringLiteral("HTML (StarWriter)"));
 }
@@ -115,17 +119,11 @@ void Batch::convertInOffice(const QList<qsizetype>& chosen, const QString& input
     OfficeSuite::Options options;
     options.inputFilter = inputFilter;
     OfficeSuite::convert(
-        sources, OfficeSuite::targetFor(format_.ext), resultsFolder(),
+        sources, OfficeSuite::targetFor(format_.ext), results_,
         [&](qsizetype index, const std::optional<QString>& error) {
             officeEnded(chosen[index], error);
         },
         [this] { return context_.cancelled(); }, options);
-}
-
-QString Batch::resultsFolder() const {
-    const QString results = scratch_.filePath(QStringLiteral("results"));
-    QDir().mkpath(results);
-    return results;
 }
 
 void Batch::take(qsizetype index) {
@@ -218,7 +216,7 @@ void Batch::officeEnded(qsizetype source, const std::optional<QString>& error) {
         return tell(index, {}, error);
     try {
         const QString result = OfficeSuite::resultPath(
-            sources_[source], OfficeSuite::targetFor(format_.ext), resultsFolder());
+            sources_[source], OfficeSuite::targetFor(format_.ext), results_);
         tell(index, {commit(inputs_[index], result)}, {});
     } catch (const std::exception& failure) {
         tell(index, {}, describeError(failure));
