@@ -79,4 +79,13 @@ VImage scaled(const VImage& image, double factor) {
     return image.premultiply().resize(factor).unpremultiply().cast(image.format());
 }
 
+VImage copied(const void* data, int width, int height, int bands, VipsBandFormat format) {
+    const size_t bytes =
+        size_t(width) * size_t(height) * size_t(bands) * vips_format_sizeof(format);
+    VipsImage* image = vips_image_new_from_memory_copy(data, bytes, width, height, bands, format);
+    if (!image)
+        throw vips::VError();
+    return VImage(image);
+}
+
 } // namespace tramix::ImagePixels

@@ -22,4 +22,7 @@ bool hasAlpha(const vips::VImage& image);
 vips::VImage flattened(const vips::VImage& image);
 vips::VImage scaled(const vips::VImage& image, double factor);
 
+// An image of its own copy of `data`, so that it does not depend on the buffer.
+vips::VImage copied(const void* data, int width, int height, int bands, VipsBandFormat format);
+
 } // namespace tramix::ImagePixels

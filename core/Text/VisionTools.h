@@ -26,6 +26,8 @@ QString recognizeText(const QString& input, const OutputContext& context);
 // Writes `text` for `input` as "{name} Text.txt" and hands it to the clipboard.
 QString save(const QString& text, const QString& input, const OutputContext& context);
 
+// Cuts the photo's subject out onto transparency and writes it as "{name} freigestellt.png" at
+// the photo's full size, without metadata. Fails when the photo shows no subject.
 QString removeBackground(const QString& input, const OutputContext& context);
 
 } // namespace tramix::VisionTools
