@@ -46,6 +46,7 @@ VImage textImage(const QString& text, int dpi) {
 }
 
 VImage openImage(const QString& path) {
+    VipsRuntime::ensureStarted();
     return VImage::new_from_file(QFile::encodeName(path).constData());
 }
 

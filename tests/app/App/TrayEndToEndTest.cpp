@@ -15,6 +15,7 @@
 #include "app/Settings/PrivateStores.h"
 #include "app/Settings/ScratchLog.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -275,6 +276,18 @@ TEST_F(TrayEndToEnd, DroppedLettersBecomePDFsInOneJob) {
     EXPECT_TRUE(textOf(folder.path("Brief an Jörg.pdf")).contains("Brief an Jörg"));
     EXPECT_EQ(pageCountOf(folder.path("Brief an Anna.pdf")), 1);
     EXPECT_EQ(total(), 2);
+}
+
+// The cut-out takes seconds: the toast shows its progress, then the result beside the photo.
+TEST_F(TrayEndToEnd, ACatDroppedOnCutOutShowsProgressAndLandsOnTransparency) {
+    const QString photo = folder.path("Katze.png");
+    ASSERT_TRUE(QFile::copy("/usr/lib/python3/dist-packages/skimage/data/chelsea.png", photo));
+    ChildProcess app(TRAMIX_BINARY, {});
+    waitForLog(QStringLiteral("Tramix gestartet"), startDeadlineMs);
+    dropOn({photo}, WheelMode::tools, "tool.image.cutout");
+    waitForLog(QStringLiteral("Toast: Fortschritt"), startDeadlineMs);
+    waitForLog("Toast: " + UILanguage::text("Fertig in", "Done in"), startDeadlineMs);
+    EXPECT_EQ(openImage(folder.path("Katze freigestellt.png")).bands(), 4);
 }
 
 // A first start welcomes; once finished, the next start shows nothing. The menu's settings
