@@ -13,6 +13,7 @@
 #include "HelpText.h"
 #include "JobRunner.h"
 #include "Leftovers.h"
+#include "Screens/Artwork.h"
 #include "Screens/DemoWheel.h"
 #include "Screens/Permissions.h"
 #include "Screens/SettingsView.h"
@@ -121,19 +122,6 @@ void runOperation(const QStringList& args, QTextStream& out) {
         fail(QStringLiteral("%1 Fehler").arg(result.failures.size()));
 }
 
-// The drawings belong to the interface; until it can draw them, a command says so honestly.
-[[noreturn]] void cannotDrawYet(const QString& what) {
-    throw ConversionError::unsupported(QStringLiteral("Rendern von %1").arg(what));
-}
-
-Command renderWithPath(const QString& what) {
-    return [what](const QStringList& args, QTextStream&) {
-        if (args.size() < 2 || args[1].isEmpty())
-            fail(QStringLiteral("Ausgabepfad fehlt."));
-        cannotDrawYet(what);
-    };
-}
-
 void writeImage(const QImage& image, const QString& output) {
     if (image.isNull())
         fail(QStringLiteral("Rendern fehlgeschlagen."));
@@ -151,6 +139,10 @@ const QString& outputPath(const QStringList& args) {
 // The scheme of a screen rendering is its last argument: "dark", or light for anything else.
 bool schemeIsDark(const QStringList& args) {
     return args.size() > 2 && args.last() == u"dark";
+}
+
+Command renderArtwork(QImage (*draw)()) {
+    return [draw](const QStringList& args, QTextStream&) { writeImage(draw(), outputPath(args)); };
 }
 
 void renderIcon(const QStringList& args, QTextStream&) {
@@ -328,9 +320,9 @@ Command handler(CommandId id) {
     case CommandId::renderEditor:
         return renderEditor;
     case CommandId::renderScene:
-        return renderWithPath(QStringLiteral("Wiesen-Szene"));
+        return renderArtwork(&Artwork::scene);
     case CommandId::renderOg:
-        return renderWithPath(QStringLiteral("Social-Card"));
+        return renderArtwork(&Artwork::socialCard);
     case CommandId::renderShelf:
         return renderShelf;
     case CommandId::renderMenubarIcon:
@@ -338,7 +330,7 @@ Command handler(CommandId id) {
     case CommandId::renderMenu:
         return renderMenu;
     case CommandId::renderDmgBackground:
-        return renderWithPath(QStringLiteral("DMG-Hintergrund"));
+        return renderArtwork(&Artwork::banner);
     case CommandId::renderWelcome:
         return renderWelcome;
     case CommandId::renderSettings:

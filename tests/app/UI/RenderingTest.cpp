@@ -84,3 +84,23 @@ TEST(Rendering, TheWelcomeAndSettingsWindowsInLightAndDark) {
         EXPECT_LT(dark.pixelColor(corner).lightness(), 70) << screen;
     }
 }
+
+// The artwork: sky above, meadow below, and the open wheel in front.
+TEST(Rendering, TheSceneTheCardAndTheBannerShowTheWheelOnAMeadow) {
+    Renderer render;
+    for (const auto& [command, size] : {std::pair{"--render-scene", QSize(1600, 1000)},
+                                        std::pair{"--render-og", QSize(1200, 630)},
+                                        std::pair{"--render-dmg-background", QSize(1600, 480)}}) {
+        const QImage image = render({command, "out.png"});
+        ASSERT_EQ(image.size(), size) << command;
+        const QColor sky = image.pixelColor(4, 4), meadow = image.pixelColor(4, size.height() - 4);
+        EXPECT_GT(sky.blue(), sky.green()) << command;
+        EXPECT_GT(meadow.green(), 2 * meadow.blue()) << command;
+        // The wheel's pale card stands in the grass right of the middle.
+        const int row = size.height() * 3 / 4;
+        int pale = 0;
+        for (int x = size.width() / 2; x < size.width(); ++x)
+            pale += image.pixelColor(x, row).lightness() > 225 ? 1 : 0;
+        EXPECT_GT(pale, size.width() / 10) << command;
+    }
+}
