@@ -18,6 +18,8 @@ namespace {
 // The matte and the colours are worked out on a copy of at most this edge and enlarged; edges
 // stay as fine as the picture's own because the matte is a linear function of its colours.
 constexpr int workEdge = 1024;
+// Photos up to this size are decoded into memory at once (36 MB for 12 MP).
+constexpr double decodedAheadPixels = 40e6;
 // The guided filter's window reaches this many of the network's pixels, enough to cover how far
 // its answer blurs an edge.
 constexpr double filterRadiusInAnswer = 4;
@@ -92,6 +94,12 @@ VImage stretched(const VImage& image, int width, int height) {
     return out;
 }
 
+// At most `workEdge` on its longest side.
+VImage fitted(const VImage& image) {
+    const double scale = double(workEdge) / std::max(image.width(), image.height());
+    return scale < 1 ? image.resize(scale) : image;
+}
+
 int radius(const VImage& work, double share) {
     return std::max(1, int(std::lround(std::max(work.width(), work.height()) * share)));
 }
@@ -109,8 +117,15 @@ VImage cutOut(const QString& path, const VImage& image, const Likelihood& likeli
         if (progress)
             progress(fraction);
     };
+    // A photo of ordinary size is decoded into memory while the network loads, so the full-size
+    // pass need not wait for the decoder; a larger one streams, and its working copy is decoded
+    // at a fraction of its size.
+    const bool ahead = double(image.width()) * image.height() <= decodedAheadPixels;
+    const VImage source = ahead ? ImagePipeline::decoded(path, image) : image;
     const VImage work =
-        ImagePipeline::decoded(path, rgb8(ImagePipeline::loadFitting(path, workEdge).image));
+        ahead
+            ? fitted(rgb8(source)).copy_memory()
+            : ImagePipeline::decoded(path, rgb8(ImagePipeline::loadFitting(path, workEdge).image));
     tell(openedShare);
 
     const VImage answer = likelihood(work, [&](double fraction) {
@@ -135,7 +150,7 @@ VImage cutOut(const QString& path, const VImage& image, const Likelihood& likeli
     // At full size, per pixel: the matte from the picture's colours, and each
     // half-transparent pixel's colour with the nearby background's share taken out. The small
     // maps are enlarged together, two and six bands in one pass each.
-    const VImage full = rgb8(image);
+    const VImage full = rgb8(source);
     const int width = full.width(), height = full.height();
     const VImage coefficients = stretched(toVips(merged({matte.a, matte.b})), width, height);
     const VImage colour01 = full.linear(1.0 / 255, 0);
@@ -145,7 +160,7 @@ VImage cutOut(const QString& path, const VImage& image, const Likelihood& likeli
                     coefficients[3])
                        .linear(255, 0)
                        .cast(VIPS_FORMAT_UCHAR);
-    if (const std::optional<VImage> own = alpha8(image))
+    if (const std::optional<VImage> own = alpha8(source))
         alpha = (alpha.cast(VIPS_FORMAT_FLOAT) * *own).linear(1.0 / 255, 0).cast(VIPS_FORMAT_UCHAR);
     const VImage a = alpha.linear(1.0 / 255, 0);
     const VImage colours =
