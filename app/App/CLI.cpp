@@ -23,6 +23,7 @@
 #include "Shelf/ShelfSamples.h"
 #include "Shelf/ShelfView.h"
 #include "UI/MenuView.h"
+#include "WheelCommand.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -321,6 +322,8 @@ Command handler(CommandId id) {
         return list;
     case CommandId::run:
         return runOperation;
+    case CommandId::wheel:
+        return WheelCommand::run;
     case CommandId::renderWheel:
         return renderWheel;
     case CommandId::renderIcon:
