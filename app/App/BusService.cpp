@@ -62,7 +62,7 @@ void BusService::ShowWheel(const QString& mode, const QStringList& paths) {
         sendErrorReply(QDBusError::InvalidArgs, problem);
         return;
     }
-    DebugLog::write(QStringLiteral("D-Bus: Rad %1 für %2 Dateien").arg(mode).arg(paths.size()));
+    DebugLog::write(QStringLiteral("D-Bus: Rad %1 für %2 Datei(en)").arg(mode).arg(paths.size()));
     app_.showWheel(*wheel, paths);
 }
 
@@ -75,7 +75,8 @@ void BusService::Run(const QString& operationId, const QStringList& paths) {
         sendErrorReply(QDBusError::InvalidArgs, problem);
         return;
     }
-    DebugLog::write(QStringLiteral("D-Bus: %1 für %2 Dateien").arg(operationId).arg(paths.size()));
+    DebugLog::write(
+        QStringLiteral("D-Bus: %1 für %2 Datei(en)").arg(operationId).arg(paths.size()));
 }
 
 void BusService::Quit() {

@@ -45,7 +45,10 @@ void startApp(QDBusConnection& bus) {
     app.setProgram(QCoreApplication::applicationFilePath());
     // The app must not keep the folder of the files busy (an unmount, a removed stick).
     app.setWorkingDirectory(QDir::homePath());
+    // It outlives this command and whatever reads its output: a write to a closed pipe or a
+    // closed terminal would end it. It has its own log.
     app.setStandardOutputFile(QProcess::nullDevice());
+    app.setStandardErrorFile(QProcess::nullDevice());
     if (!app.startDetached())
         fail(QStringLiteral("Tramix ließ sich nicht starten."));
     deadline.start(startTimeoutMs);
