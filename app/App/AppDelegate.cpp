@@ -188,6 +188,55 @@ void AppDelegate::released(ModifierKey key) {
     WheelWiring::release(wheel_, bindings(), key);
 }
 
+std::optional<QPoint> AppDelegate::pointer() {
+    if (QGuiApplication::platformName().startsWith(u"wayland"))
+        return std::nullopt;
+    return QCursor::pos();
+}
+
+QPoint AppDelegate::screenCentre() {
+    const QScreen* screen = QGuiApplication::screenAt(pointer().value_or(QPoint()));
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    return screen ? screen->availableGeometry().center() : QPoint();
+}
+
+void AppDelegate::showWheel(WheelMode mode, const QStringList& paths) {
+    if (paths.isEmpty()) {
+        const QString why = UILanguage::text(
+            QStringLiteral("Keine Dateien ausgewählt: Der Dateimanager hat Tramix keine Auswahl "
+                           "übergeben."),
+            QStringLiteral("No files selected: the file manager passed no selection to Tramix."));
+        DebugLog::write(QStringLiteral("Rad ohne Dateien verlangt"));
+        jobs_.toast().show(ToastModel::State::makeFailed(why), pointer().value_or(screenCentre()));
+        return;
+    }
+    // The key cap shows the key that opens this wheel during a drag, to teach it.
+    ModifierKey key = ModifierKey::shift;
+    for (ModifierKey candidate : ModifierKey::allCases()) {
+        if (settings_.mode(candidate) == mode) {
+            key = candidate;
+            break;
+        }
+    }
+    wheel_.showForFiles(mode, key, bindings().operations(mode, paths), paths, pointer());
+}
+
+std::optional<QString> AppDelegate::run(const QString& id, const QStringList& paths) {
+    const WheelBindings wheels = bindings();
+    for (WheelMode mode : WheelMode::allCases()) {
+        for (const FileOperation& operation : wheels.operations(mode, paths)) {
+            if (operation.id == id) {
+                jobs_.run(operation, paths, pointer().value_or(screenCentre()));
+                return std::nullopt;
+            }
+        }
+    }
+    return UILanguage::text(QStringLiteral("Operation %1 passt nicht zu diesen Dateien."),
+                            QStringLiteral("Operation %1 does not fit these files."))
+        .arg(id);
+}
+
 QRect AppDelegate::trayAnchor() const {
     const QRect icon = tray_.geometry();
     if (icon.isValid() && !icon.isEmpty())

@@ -51,6 +51,12 @@ public:
     // A modifier key came up: closes a held wheel opened by that key.
     void released(ModifierKey key);
     void toggleMenu();
+    // Opens the wheel of `mode` for files named outside a drag (the file manager's menu, the
+    // command line); without files a toast says why none opens.
+    void showWheel(WheelMode mode, const QStringList& paths);
+    // Runs the operation `id` on `paths` through the job centre, as a drop would; the sentence
+    // why not when it does not fit them.
+    std::optional<QString> run(const QString& id, const QStringList& paths);
     // Opens the window, or brings the open one to the front.
     void showSettings();
     void showWelcome();
@@ -60,6 +66,10 @@ private:
     void showPermissionNotice();
     WheelBindings bindings() const;
     QRect trayAnchor() const;
+    // Where the pointer is; none where the platform does not say (a Wayland session).
+    static std::optional<QPoint> pointer();
+    // The middle of the screen under the pointer, or of the primary one.
+    static QPoint screenCentre();
 
     AppSettings& settings_;
     History& history_;

@@ -24,6 +24,7 @@
 #include "Shelf/ShelfSamples.h"
 #include "Shelf/ShelfView.h"
 #include "UI/MenuView.h"
+#include "WheelCommand.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -313,6 +314,8 @@ Command handler(CommandId id) {
         return list;
     case CommandId::run:
         return runOperation;
+    case CommandId::wheel:
+        return WheelCommand::run;
     case CommandId::renderWheel:
         return renderWheel;
     case CommandId::renderIcon:

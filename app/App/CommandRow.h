@@ -9,6 +9,7 @@ namespace tramix {
 enum class CommandId {
     list,
     run,
+    wheel,
     renderWheel,
     renderIcon,
     renderEditor,

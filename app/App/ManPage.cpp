@@ -63,6 +63,12 @@ void writeHeader(QTextStream& out) {
                "oder DISPLAY lässt sich nicht öffnen), endet sie mit einem Satz auf der "
                "Standardfehlerausgabe und Status 1."))
         << '\n';
+    out << ".PP\n"
+        << escaped(QStringLiteral(
+               "Es läuft eine App je Sitzung: Sie belegt auf dem Session-Bus den Namen "
+               "org.tramix.Tramix (Objekt /org/tramix/Tramix mit ShowWheel, Run und Quit); ein "
+               "zweiter Start endet sofort mit Status 0."))
+        << '\n';
 }
 
 void writeCommands(QTextStream& out) {

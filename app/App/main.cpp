@@ -1,4 +1,5 @@
 #include "AppDelegate.h"
+#include "BusService.h"
 #include "CLI.h"
 #include "CommandTable.h"
 #include "EngineLog.h"
@@ -42,6 +43,10 @@ bool draws(const QString& command) {
 }
 
 int runTrayApp(int argc, char** argv) {
+    // The wheel opens at the pointer and holds it while up, which Wayland does not grant its own
+    // windows: in a Wayland session the app runs through XWayland where there is one.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "xcb");
     // Qt would abort with a core dump; a sentence and a status are more use to anyone.
     if (const std::optional<QString> problem = tramix::ScreenCheck::problem()) {
         std::fprintf(stderr, "Fehler: %s\n", problem->toLocal8Bit().constData());
@@ -55,8 +60,22 @@ int runTrayApp(int argc, char** argv) {
         qtWords.load(QStringLiteral("qtbase_de"),
                      QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QApplication::installTranslator(&qtWords);
+    // One app per session: a second start leaves the work to the first one.
+    if (tramix::BusService::taken()) {
+        std::fprintf(stderr, "Tramix läuft bereits.\n");
+        return 0;
+    }
     tramix::AppDelegate delegate;
+    tramix::BusService bus(delegate);
+    const tramix::BusService::Claim claim = bus.claim();
+    if (claim == tramix::BusService::Claim::taken) {
+        std::fprintf(stderr, "Tramix läuft bereits.\n");
+        return 0;
+    }
     delegate.start();
+    if (claim == tramix::BusService::Claim::noBus)
+        tramix::DebugLog::write(QStringLiteral("Keine D-Bus-Sitzung: „tramix --wheel“ und die "
+                                               "Menüs der Dateimanager erreichen diese App nicht"));
     const int status = app.exec();
     tramix::DebugLog::flush();
     return status;

@@ -12,6 +12,7 @@
 #include <QGuiApplication>
 #include <QPainterPath>
 #include <QScreen>
+#include <QWindow>
 
 namespace tramix {
 
@@ -61,6 +62,18 @@ void WheelController::ensurePanel() {
         if (onDrop)
             onDrop(op, paths, at);
     };
+    dropView_->onChoose = [this](const FileOperation& op) {
+        // The pointer may be unknown (a Wayland session): the toast goes where the wheel was.
+        const QPoint at = panel_->geometry().center();
+        const QStringList paths = clickPaths_;
+        hide(0);
+        if (onDrop)
+            onDrop(op, paths, at);
+    };
+    dropView_->onDismiss = [this] {
+        write(QStringLiteral("Rad geschlossen"));
+        hide(0);
+    };
     if (!panel_->translucent()) {
         // Without a compositor the clear corners would show black: cut the window to the plate,
         // following it as it grows in.
@@ -81,7 +94,10 @@ void WheelController::ensurePanel() {
         awaitingFirstPaint_ = false;
         if (onShown)
             onShown();
-        nudgePointer();
+        if (dropView_->clickable())
+            holdInput(grabTries);
+        else
+            nudgePointer();
     }));
 }
 
@@ -91,10 +107,35 @@ void WheelController::show(WheelMode mode, ModifierKey key, const QList<FileOper
         hide(0);
         return;
     }
+    // A drag takes over a wheel opened for named files.
+    releaseInput();
+    open(mode, key, operations, paths, QCursor::pos());
+}
+
+void WheelController::showForFiles(WheelMode mode, ModifierKey key,
+                                   const QList<FileOperation>& operations, const QStringList& paths,
+                                   std::optional<QPoint> pointer) {
+    ensurePanel();
+    clickPaths_ = paths;
+    dropView_->setClickable(true);
+    QPoint at;
+    if (pointer) {
+        at = *pointer;
+    } else if (const QScreen* screen = QGuiApplication::primaryScreen()) {
+        at = screen->availableGeometry().center();
+    }
+    const bool wasUp = isUp();
+    open(mode, key, operations, paths, at);
+    // Contents switched in place keep the grab they have.
+    if (wasUp)
+        holdInput(grabTries);
+}
+
+void WheelController::open(WheelMode mode, ModifierKey key, const QList<FileOperation>& operations,
+                           const QStringList& paths, QPoint pointer) {
     hideWork_.stop();
     hideTimer_.stop();
     const bool wasUp = isUp();
-    const QPoint pointer = QCursor::pos();
     write(QStringLiteral("Rad %1 mit %2 Optionen an (%3, %4)")
               .arg(mode.rawValue())
               .arg(operations.size())
@@ -120,6 +161,7 @@ void WheelController::show(WheelMode mode, ModifierKey key, const QList<FileOper
 }
 
 void WheelController::hide(double afterSeconds) {
+    releaseInput();
     hideWork_.stop();
     hideWork_.start(int(afterSeconds * 1000));
 }
@@ -150,6 +192,36 @@ void WheelController::nudgePointer() {
         if (QCursor::pos() == at + QPoint(1, 0))
             QCursor::setPos(at);
     });
+}
+
+void WheelController::holdInput(int triesLeft) {
+    if (!dropView_ || !dropView_->clickable() || !panel_->isVisible())
+        return;
+    dropView_->grabMouse();
+    dropView_->grabKeyboard();
+    // The widget grab reports nothing; asking the window again tells whether the server agreed.
+    QWindow* window = panel_->windowHandle();
+    const bool held =
+        window && window->setMouseGrabEnabled(true) && window->setKeyboardGrabEnabled(true);
+    if (held) {
+        write(QStringLiteral("Rad hält Zeiger und Tastatur"));
+        return;
+    }
+    if (triesLeft > 0) {
+        QTimer::singleShot(grabRetryMs, this, [this, triesLeft] { holdInput(triesLeft - 1); });
+        return;
+    }
+    write(QStringLiteral("Rad bekommt Zeiger und Tastatur nicht; ein Klick auf ein Segment geht "
+                         "trotzdem"));
+}
+
+void WheelController::releaseInput() {
+    if (!dropView_ || !dropView_->clickable())
+        return;
+    dropView_->releaseMouse();
+    dropView_->releaseKeyboard();
+    dropView_->setClickable(false);
+    clickPaths_.clear();
 }
 
 void WheelController::write(const QString& message) const {

@@ -1,5 +1,6 @@
 // Puts the wheel on screen in a floating panel centred on the pointer, keeps it on top while
-// files are dragged into it, and hands a drop on a segment to its owner.
+// files are dragged into it, and hands a drop on a segment to its owner. A wheel opened for files
+// named outside a drag hands over a clicked segment the same way.
 #pragma once
 
 #include "WheelGeometry.h"
@@ -39,6 +40,12 @@ public:
 
     void show(WheelMode mode, ModifierKey key, const QList<FileOperation>& operations,
               const QStringList& paths, bool toggle);
+    // Opens the wheel for files named outside a drag (the file manager's menu, the command
+    // line), worked by pointer and keys: centred on `pointer`, or on the primary screen where the
+    // pointer's position is not known. It holds pointer and keyboard until a segment is chosen or
+    // it is dismissed, as a menu does.
+    void showForFiles(WheelMode mode, ModifierKey key, const QList<FileOperation>& operations,
+                      const QStringList& paths, std::optional<QPoint> pointer);
     void hide(double afterSeconds);
 
     // Whether the panel is on screen with the wheel up.
@@ -50,10 +57,17 @@ public:
     static QPoint panelOrigin(QPoint pointer, int size, const std::optional<QRect>& available);
 
     static constexpr int hideDelayMs = 160;
+    // Another client (the menu that asked for the wheel) may hold the pointer a moment longer.
+    static constexpr int grabTries = 20;
+    static constexpr int grabRetryMs = 25;
 
 private:
     void ensurePanel();
+    void open(WheelMode mode, ModifierKey key, const QList<FileOperation>& operations,
+              const QStringList& paths, QPoint pointer);
     void place(QPoint pointer);
+    void holdInput(int triesLeft);
+    void releaseInput();
     void nudgePointer();
     void write(const QString& message) const;
 
@@ -66,6 +80,8 @@ private:
     QTimer hideWork_;
     QTimer hideTimer_;
     bool awaitingFirstPaint_ = false;
+    // The files of a wheel opened by showForFiles; empty for one opened during a drag.
+    QStringList clickPaths_;
 };
 
 } // namespace tramix

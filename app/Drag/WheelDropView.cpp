@@ -4,8 +4,11 @@
 
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QKeyEvent>
 #include <QMimeData>
+#include <QMouseEvent>
 #include <QUrl>
+#include <utility>
 
 namespace tramix {
 
@@ -43,11 +46,14 @@ double WheelDropView::now() const {
     return double(clock_.nsecsElapsed()) / 1e9;
 }
 
+WheelZone WheelDropView::zoneAt(QPointF position) const {
+    const QPointF fromCenter = position - QPointF(width() / 2.0, height() / 2.0);
+    return geometry_.zone(fromCenter, model_.slots(), false);
+}
+
 bool WheelDropView::track(QPointF position) {
     lastPosition_ = position;
-    const QPointF fromCenter = position - QPointF(width() / 2.0, height() / 2.0);
-    const int slots = model_.slots();
-    const WheelZone zone = geometry_.zone(fromCenter, slots, false);
+    const WheelZone zone = zoneAt(position);
     const qsizetype count = model_.pageOperations().size();
 
     if (zone.kind == WheelZone::segment && zone.index < count) {
@@ -123,6 +129,95 @@ void WheelDropView::dropEvent(QDropEvent* event) {
         if (onDrop)
             onDrop(operation, paths);
     });
+}
+
+void WheelDropView::setClickable(bool clickable) {
+    clickable_ = clickable;
+    pressed_.reset();
+    setMouseTracking(clickable);
+}
+
+void WheelDropView::mouseMoveEvent(QMouseEvent* event) {
+    if (clickable_)
+        track(event->position());
+}
+
+void WheelDropView::mousePressEvent(QMouseEvent* event) {
+    if (!clickable_)
+        return;
+    // The view holds the pointer while the wheel is up, so a press anywhere else lands here too.
+    const WheelZone zone = rect().contains(event->position().toPoint()) ? zoneAt(event->position())
+                                                                        : WheelZone::outsideZone();
+    pressed_.reset();
+    if (zone.kind == WheelZone::outside) {
+        if (onDismiss)
+            onDismiss();
+    } else if (zone.kind == WheelZone::center) {
+        model_.nextPage();
+    } else if (track(event->position())) {
+        pressed_ = zone.index;
+    }
+}
+
+void WheelDropView::mouseReleaseEvent(QMouseEvent* event) {
+    if (!clickable_ || !pressed_)
+        return;
+    const std::optional<int> pressed = std::exchange(pressed_, std::nullopt);
+    // An empty slot or the centre is refused as a drop there would be.
+    if (!track(event->position()) || model_.hovered() != pressed)
+        return;
+    if (const std::optional<FileOperation> op = model_.hoveredOperation()) {
+        write(QStringLiteral("Klick auf %1").arg(op->id));
+        if (onChoose)
+            onChoose(*op);
+    }
+}
+
+void WheelDropView::stepHover(int step) {
+    const int count = int(model_.pageOperations().size());
+    if (count == 0)
+        return;
+    const std::optional<int> hovered = model_.hovered();
+    const int next = hovered ? (*hovered + step + count) % count : (step > 0 ? 0 : count - 1);
+    model_.setHovered(next);
+}
+
+void WheelDropView::keyPressEvent(QKeyEvent* event) {
+    if (!clickable_) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    switch (event->key()) {
+    case Qt::Key_Escape:
+        if (onDismiss)
+            onDismiss();
+        break;
+    case Qt::Key_Right:
+    case Qt::Key_Down:
+    case Qt::Key_Tab:
+        stepHover(1);
+        break;
+    case Qt::Key_Left:
+    case Qt::Key_Up:
+    case Qt::Key_Backtab:
+        stepHover(-1);
+        break;
+    case Qt::Key_PageDown:
+    case Qt::Key_PageUp:
+        model_.nextPage();
+        break;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Space:
+        if (const std::optional<FileOperation> op = model_.hoveredOperation()) {
+            write(QStringLiteral("Taste wählt %1").arg(op->id));
+            if (onChoose)
+                onChoose(*op);
+        }
+        break;
+    default:
+        QWidget::keyPressEvent(event);
+    }
 }
 
 void WheelDropView::write(const QString& message) const {
