@@ -154,7 +154,7 @@ void AppDelegate::setUpStatusItem() {
 
     trayMenu_.addAction(UILanguage::text(QStringLiteral("Beenden"), QStringLiteral("Quit")), qApp,
                         &QCoreApplication::quit);
-    tray_.setIcon(trayIcon());
+    paintTrayIcon(tray_);
     tray_.setToolTip(QStringLiteral("Tramix"));
     tray_.setContextMenu(&trayMenu_);
     connect(&tray_, &QSystemTrayIcon::activated, this,

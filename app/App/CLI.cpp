@@ -26,6 +26,7 @@
 #include "UI/MenuView.h"
 #include "WheelCommand.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
@@ -146,12 +147,35 @@ Command renderArtwork(QImage (*draw)()) {
     return [draw](const QStringList& args, QTextStream&) { writeImage(draw(), outputPath(args)); };
 }
 
-void renderIcon(const QStringList& args, QTextStream&) {
-    writeImage(appIconImage(1024), outputPath(args));
+// The edge in pixels an icon rendering is asked for after its output path, else `fallback`.
+int iconPixels(const QStringList& args, int fallback) {
+    constexpr int smallest = 8;
+    constexpr int largest = 4096;
+    if (args.size() < 3 || args[2] == u"dark")
+        return fallback;
+    bool ok = false;
+    const int pixels = args[2].toInt(&ok);
+    if (!ok || pixels < smallest || pixels > largest)
+        fail(QStringLiteral("Die Größe „%1“ ist keine Zahl von %2 bis %3 Pixeln.")
+                 .arg(args[2])
+                 .arg(smallest)
+                 .arg(largest));
+    return pixels;
 }
 
+void renderIcon(const QStringList& args, QTextStream&) {
+    constexpr int storeSize = 1024;
+    const QString& output = outputPath(args);
+    writeImage(appIconImage(iconPixels(args, storeSize)), output);
+}
+
+// The panel's mark in the text colour of a light panel, or of a dark one.
 void renderMenubarIcon(const QStringList& args, QTextStream&) {
-    writeImage(trayIconImage(44), outputPath(args));
+    constexpr int doubleDensityPanel = 44;
+    const QString& output = outputPath(args);
+    const AppearanceMode scheme = schemeIsDark(args) ? AppearanceMode::dark : AppearanceMode::light;
+    const QColor colour = trayIconColour(scheme.palette(QApplication::palette()));
+    writeImage(trayIconImage(iconPixels(args, doubleDensityPanel), colour), output);
 }
 
 // Settings and history as on a fresh install, in a folder of their own: the renderings never read

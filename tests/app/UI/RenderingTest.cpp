@@ -68,6 +68,28 @@ TEST(Rendering, TheMenuInLightAndDarkAndTheIcons) {
     const QImage bar = render({"--render-menubar-icon", "out.png"});
     EXPECT_EQ(bar.size(), QSize(44, 44));
     EXPECT_EQ(bar.pixelColor(0, 0).alpha(), 0);
+    EXPECT_EQ(render({"--render-icon", "out.png", "48"}).size(), QSize(48, 48));
+    EXPECT_NE(test::runTramix({"--render-icon", render.folder.path("x.png"), "3"}).status, 0);
+
+    // At the panel's sizes the gaps between the segments are whole clear pixels, the segments
+    // solid, dark on a light panel and light on a dark one.
+    for (int size : {16, 22, 24}) {
+        const QString pixels = QString::number(size);
+        const QImage light = render({"--render-menubar-icon", "out.png", pixels});
+        const QImage dark = render({"--render-menubar-icon", "out.png", pixels, "dark"});
+        ASSERT_EQ(light.size(), QSize(size, size));
+        const int middle = size / 2;
+        for (int i = 0; i < size; ++i) {
+            for (int line : {middle - 1, middle}) {
+                EXPECT_EQ(light.pixelColor(i, line).alpha(), 0) << size << " row " << line;
+                EXPECT_EQ(light.pixelColor(line, i).alpha(), 0) << size << " column " << line;
+            }
+        }
+        const QPoint segment(middle + size / 5, middle - 1 - size / 5);
+        EXPECT_EQ(light.pixelColor(segment).alpha(), 255) << size;
+        EXPECT_LT(light.pixelColor(segment).lightness(), 80) << size;
+        EXPECT_GT(dark.pixelColor(segment).lightness(), 200) << size;
+    }
 }
 
 TEST(Rendering, TheWelcomeAndSettingsWindowsInLightAndDark) {
