@@ -20,6 +20,8 @@ enum class CommandId {
     renderDmgBackground,
     renderWelcome,
     renderSettings,
+    installIntegration,
+    removeIntegration,
     help,
     version,
 };
