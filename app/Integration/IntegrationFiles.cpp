@@ -26,6 +26,24 @@ const char* const nautilusPythonLoaders[] = {
     "/usr/lib/nautilus/extensions-3.0/libnautilus-python.so",
 };
 
+// Left in each folder that Tramix made, so that removal takes away only those: a folder the user
+// had before stays even when it ends up empty.
+const QString madeByTramix = QStringLiteral(".made-by-tramix");
+
+// Makes `folder` and its missing parents, marking each one made.
+bool makeFolder(const QString& folder) {
+    QStringList missing;
+    for (QString path = QDir::cleanPath(folder); !QFileInfo::exists(path);
+         path = QFileInfo(path).path())
+        missing.prepend(path);
+    for (const QString& path : missing) {
+        QFile mark(path + u'/' + madeByTramix);
+        if (!QDir().mkdir(path) || !mark.open(QIODevice::WriteOnly))
+            return false;
+    }
+    return QFileInfo(folder).isDir();
+}
+
 QString homeFolder(const char* variable, const QString& fallback) {
     const QString value = qEnvironmentVariable(variable);
     // The base directory spec ignores relative values.
@@ -66,7 +84,7 @@ void write(const QList<GeneratedFile>& files) {
     for (const GeneratedFile& file : files) {
         const QFileInfo info(file.path);
         QSaveFile out(file.path);
-        if (!QDir().mkpath(info.path()) || !out.open(QIODevice::WriteOnly) ||
+        if (!makeFolder(info.path()) || !out.open(QIODevice::WriteOnly) ||
             out.write(file.bytes) != file.bytes.size() ||
             !out.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner |
                                 QFileDevice::ReadGroup | QFileDevice::ReadOther |
@@ -98,10 +116,15 @@ void removeMarked(const QString& folder, const QString& prefix, const QString& b
 void pruneEmpty(const QString& folder, const QString& base) {
     QString path = QDir::cleanPath(folder);
     const QString stop = QDir::cleanPath(base);
-    while (path.startsWith(stop + u'/') &&
-           QDir(path).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot) &&
-           QDir().rmdir(path))
+    while (path.startsWith(stop + u'/')) {
+        const QDir dir(path);
+        const QStringList left =
+            dir.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        if (left != QStringList{madeByTramix} || !QFile::remove(dir.filePath(madeByTramix)) ||
+            !QDir().rmdir(path))
+            return;
         path = QFileInfo(path).path();
+    }
 }
 
 QString shellQuoted(const QString& argument) {

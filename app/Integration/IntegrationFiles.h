@@ -32,14 +32,15 @@ bool isTramixFile(const QString& path);
 // Throws ConversionError naming the first file that exists and is not Tramix's.
 void checkOwnership(const QList<GeneratedFile>& files);
 
-// Writes every file, making its folders; throws ConversionError on failure.
+// Writes every file, making its folders (marked as Tramix's); throws ConversionError on failure.
 void write(const QList<GeneratedFile>& files);
 
 // Removes the files under `folder` (recursively) whose names start with `prefix` and that hold
 // the marker, then the folders that became empty, up to but not including `base`.
 void removeMarked(const QString& folder, const QString& prefix, const QString& base);
 
-// Removes `folder` and its parents while they are empty, stopping below `base`.
+// Removes `folder` and its parents while they hold nothing but Tramix's mark, stopping below
+// `base`: folders the user had before stay.
 void pruneEmpty(const QString& folder, const QString& base);
 
 // One argument quoted for a shell (and for GLib's argument parser, which follows its rules).
