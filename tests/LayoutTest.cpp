@@ -100,9 +100,10 @@ QStringList cyclic(Graph graph) {
 
 // The app's layers, bottom up; a folder may include its own layer and those below.
 int appLayer(const QString& folder) {
-    static const QHash<QString, int> layers = {
-        {"Settings", 1}, {"Design", 2}, {"Platform", 2}, {"Drag", 3},    {"Jobs", 3}, {"UI", 3},
-        {"Actions", 3},  {"Shelf", 3},  {"Editors", 3},  {"Screens", 3}, {"App", 4}};
+    static const QHash<QString, int> layers = {{"Settings", 1}, {"Design", 2},      {"Platform", 2},
+                                               {"Drag", 3},     {"Jobs", 3},        {"UI", 3},
+                                               {"Actions", 3},  {"Shelf", 3},       {"Editors", 3},
+                                               {"Screens", 3},  {"Integration", 3}, {"App", 4}};
     if (!folder.startsWith(u"app/"))
         return 0;
     return layers.value(folder.section(u'/', 1, 1), -1);

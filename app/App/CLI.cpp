@@ -11,6 +11,7 @@
 #include "Editors/EditorRendering.h"
 #include "Editors/EditorWindows.h"
 #include "HelpText.h"
+#include "Integration/Integration.h"
 #include "JobRunner.h"
 #include "Leftovers.h"
 #include "Screens/Artwork.h"
@@ -324,6 +325,19 @@ void renderEditor(const QStringList& args, QTextStream&) {
     writeWheel(mode, filePaths(files), args[2], dark);
 }
 
+void printLines(const QStringList& lines, QTextStream& out) {
+    for (const QString& line : lines)
+        out << line << '\n';
+}
+
+void installIntegration(const QStringList&, QTextStream& out) {
+    printLines(Integration::install(IntegrationFiles::userSetup()), out);
+}
+
+void removeIntegration(const QStringList&, QTextStream& out) {
+    printLines(Integration::remove(IntegrationFiles::userSetup()), out);
+}
+
 void help(const QStringList&, QTextStream& out) {
     out << HelpText::text();
 }
@@ -362,6 +376,10 @@ Command handler(CommandId id) {
         return renderWelcome;
     case CommandId::renderSettings:
         return renderSettings;
+    case CommandId::installIntegration:
+        return installIntegration;
+    case CommandId::removeIntegration:
+        return removeIntegration;
     case CommandId::help:
         return help;
     case CommandId::version:

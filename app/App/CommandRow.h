@@ -21,6 +21,8 @@ enum class CommandId {
     renderDmgBackground,
     renderWelcome,
     renderSettings,
+    installIntegration,
+    removeIntegration,
     help,
     version,
 };

@@ -59,6 +59,10 @@ std::vector<CommandRow> table() {
         {renderSettings, "--render-settings", "out.png [dark]",
             "Zeichnet das Fenster der Einstellungen als PNG.",
             none, !optional, files, draws},
+        {installIntegration, "--install-integration", "",
+            "Trägt Tramix in die Kontextmenüs von Nautilus, Dolphin, Nemo und Thunar ein."},
+        {removeIntegration, "--remove-integration", "",
+            "Nimmt die Einträge von Tramix aus den Kontextmenüs der Dateimanager."},
         {help, "--help", "", "Zeigt diese Hilfe."},
         {version, "--version", "", "Zeigt die Version."},
     };
