@@ -65,7 +65,7 @@ QList<GeneratedFile> files(const IntegrationFiles::Setup& setup,
 }
 
 void remove(const IntegrationFiles::Setup& setup) {
-    IntegrationFiles::removeMarked(folder(setup), QStringLiteral("tramix-"), setup.dataHome);
+    IntegrationFiles::removeMarked(folder(setup), QStringLiteral("tramix-"));
 }
 
 } // namespace tramix::DolphinIntegration

@@ -97,7 +97,7 @@ void write(const QList<GeneratedFile>& files) {
     }
 }
 
-void removeMarked(const QString& folder, const QString& prefix, const QString& base) {
+void removeMarked(const QString& folder, const QString& prefix) {
     QStringList folders;
     QDirIterator it(folder, {prefix + u'*'}, QDir::Files | QDir::Hidden,
                     QDirIterator::Subdirectories);
@@ -110,20 +110,19 @@ void removeMarked(const QString& folder, const QString& prefix, const QString& b
     std::sort(folders.begin(), folders.end(),
               [](const QString& a, const QString& b) { return a.size() > b.size(); });
     for (const QString& path : folders)
-        pruneEmpty(path, base);
+        pruneEmpty(path);
 }
 
-void pruneEmpty(const QString& folder, const QString& base) {
-    QString path = QDir::cleanPath(folder);
-    const QString stop = QDir::cleanPath(base);
-    while (path.startsWith(stop + u'/')) {
+void pruneEmpty(const QString& folder) {
+    // Only a folder holding nothing but the mark is Tramix's to take, and its parents likewise.
+    for (QString path = QDir::cleanPath(folder); QFileInfo(path).isDir() && path != u"/";
+         path = QFileInfo(path).path()) {
         const QDir dir(path);
         const QStringList left =
             dir.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
         if (left != QStringList{madeByTramix} || !QFile::remove(dir.filePath(madeByTramix)) ||
             !QDir().rmdir(path))
             return;
-        path = QFileInfo(path).path();
     }
 }
 

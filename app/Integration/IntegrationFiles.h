@@ -36,12 +36,12 @@ void checkOwnership(const QList<GeneratedFile>& files);
 void write(const QList<GeneratedFile>& files);
 
 // Removes the files under `folder` (recursively) whose names start with `prefix` and that hold
-// the marker, then the folders that became empty, up to but not including `base`.
-void removeMarked(const QString& folder, const QString& prefix, const QString& base);
+// the marker, then the folders that Tramix made and that became empty.
+void removeMarked(const QString& folder, const QString& prefix);
 
-// Removes `folder` and its parents while they hold nothing but Tramix's mark, stopping below
-// `base`: folders the user had before stay.
-void pruneEmpty(const QString& folder, const QString& base);
+// Removes `folder` and its parents while they hold nothing but Tramix's mark: folders the user
+// had before stay.
+void pruneEmpty(const QString& folder);
 
 // One argument quoted for a shell (and for GLib's argument parser, which follows its rules).
 QString shellQuoted(const QString& argument);

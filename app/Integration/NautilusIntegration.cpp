@@ -147,8 +147,8 @@ QList<GeneratedFile> files(const IntegrationFiles::Setup& setup,
 
 void remove(const IntegrationFiles::Setup& setup) {
     IntegrationFiles::removeMarked(setup.dataHome + QStringLiteral("/nautilus-python/extensions"),
-                                   QStringLiteral("tramix"), setup.dataHome);
-    IntegrationFiles::removeMarked(scriptsFolder(setup), QString(), setup.dataHome);
+                                   QStringLiteral("tramix"));
+    IntegrationFiles::removeMarked(scriptsFolder(setup), QString());
 }
 
 } // namespace tramix::NautilusIntegration

@@ -211,7 +211,7 @@ void remove(const IntegrationFiles::Setup& setup) {
         return;
     if (own.isEmpty() && !QFileInfo::exists(backup)) {
         QFile::remove(path);
-        IntegrationFiles::pruneEmpty(QFileInfo(path).path(), setup.configHome);
+        IntegrationFiles::pruneEmpty(QFileInfo(path).path());
         return;
     }
     writeFile(path, normalized(own));
