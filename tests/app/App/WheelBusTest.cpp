@@ -1,6 +1,7 @@
 // The tray app on a private session bus, as the file managers' menus reach it: `tramix --wheel`
 // starts it when needed and opens the wheel at the pointer, a real click converts, Escape and a
-// click elsewhere close, a second start leaves at once and Quit() ends the app.
+// click elsewhere close, the file managers' menu entries open it too, a second start leaves at
+// once and Quit() ends the app.
 #include "Catalogue/OperationRegistry.h"
 #include "Drag/WheelGeometry.h"
 #include "TestFiles.h"
@@ -13,6 +14,8 @@
 #include <QDBusMessage>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
+#include <QSettings>
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -164,6 +167,33 @@ TEST_F(WheelBus, WheelCommandStartsTheAppAClickConvertsASecondStartLeavesAndQuit
     input.button(false);
     waitForLog(QStringLiteral("Rad geschlossen"));
     ASSERT_TRUE(waitUntil([&] { return !input.pointerGrabbed(); })) << "the wheel kept the grab";
+
+    // The file managers' wheel entries reach it the same way: the Nautilus script with the
+    // selection in its variable, and a Nemo action's command line with %F filled in.
+    qputenv("XDG_DATA_HOME", folder.path("data").toLocal8Bit());
+    ASSERT_EQ(runTramix({"--install-integration"}).status, 0);
+    const auto menuEntryOpens = [&](const QString& program, const QStringList& args,
+                                    const QString& wheel) {
+        input.moveTo(open);
+        QProcess entry;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("NAUTILUS_SCRIPT_SELECTED_FILE_PATHS", photo + '\n');
+        entry.setProcessEnvironment(environment);
+        entry.start(program, args);
+        waitForLog("Rad " + wheel + " mit");
+        waitForLog(QStringLiteral("Rad hält Zeiger und Tastatur"));
+        EXPECT_TRUE(entry.waitForFinished(eventDeadlineMs) && entry.exitCode() == 0)
+            << program.toStdString();
+        input.tap({"Escape"});
+        waitForLog(QStringLiteral("Rad geschlossen"));
+    };
+    menuEntryOpens(folder.path("data/nautilus/scripts/Tramix/Formate …"), {}, "convert");
+    QSettings action(folder.path("data/nemo/actions/tramix-wheel-tools.nemo_action"),
+                     QSettings::IniFormat);
+    const QString exec = action.value("Nemo Action/Exec").toString();
+    ASSERT_TRUE(exec.endsWith(" %F")) << exec.toStdString();
+    menuEntryOpens("/bin/sh", {"-c", QString(exec).replace("%F", '"' + photo + '"')}, "tools");
+    qunsetenv("XDG_DATA_HOME");
 
     // Run() goes through the job centre as a drop does, and refuses what does not fit.
     const auto call = [&](const QString& method, const QVariantList& args) {
