@@ -214,6 +214,29 @@ void paintTitle(QPainter& p, double left, double middle, double unit) {
     p.restore();
 }
 
+// A meadow with the title card on the left and the wheel on the right, as links and software
+// centres show it; positions are shares of the width.
+struct TitledLayout {
+    QSize size;
+    double horizon;
+    double titleLeft;
+    double wheelScale;
+    double wheelCentre;
+};
+
+QImage canvas(QSize size);
+
+QImage titled(const TitledLayout& layout) {
+    QImage image = canvas(layout.size);
+    QPainter p(&image);
+    paintMeadow(p, image.rect(), layout.horizon);
+    const double middle = layout.size.height() * 0.5;
+    paintTitle(p, layout.size.width() * layout.titleLeft, middle, 1.05);
+    paintWheel(p, wheel(layout.wheelScale),
+               QPointF(layout.size.width() * layout.wheelCentre, middle));
+    return image;
+}
+
 QImage canvas(QSize size) {
     QImage image(size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::white);
@@ -232,21 +255,11 @@ QImage scene() {
 }
 
 QImage socialCard() {
-    QImage image = canvas(cardSize);
-    QPainter p(&image);
-    paintMeadow(p, image.rect(), 0.6);
-    paintTitle(p, cardSize.width() * 0.06, cardSize.height() * 0.5, 1.05);
-    paintWheel(p, wheel(1.4), QPointF(cardSize.width() * 0.77, cardSize.height() * 0.5));
-    return image;
+    return titled({cardSize, 0.6, 0.06, 1.4, 0.77});
 }
 
 QImage banner() {
-    QImage image = canvas(bannerSize);
-    QPainter p(&image);
-    paintMeadow(p, image.rect(), 0.58);
-    paintTitle(p, bannerSize.width() * 0.08, bannerSize.height() * 0.5, 1.05);
-    paintWheel(p, wheel(1.3), QPointF(bannerSize.width() * 0.72, bannerSize.height() * 0.5));
-    return image;
+    return titled({bannerSize, 0.58, 0.08, 1.3, 0.72});
 }
 
 } // namespace tramix::Artwork
