@@ -46,7 +46,7 @@ bool makeFolder(const QString& folder) {
 
 QString homeFolder(const char* variable, const QString& fallback) {
     const QString value = qEnvironmentVariable(variable);
-    // The base directory spec ignores relative values.
+    // XDG folders given as relative paths do not count, as the desktop rules say.
     return QDir::isAbsolutePath(value) ? QDir::cleanPath(value) : QDir::homePath() + fallback;
 }
 

@@ -229,8 +229,8 @@ TEST(Integration, NautilusExtensionImportsAndOffersTheEntriesThatFitTheSelection
 from gi.repository import Nautilus
 started = []
 subprocess.Popen = lambda args, **kwargs: started.append(args)
-spec = importlib.util.spec_from_file_location("tramix_menu", sys.argv[1])
-spec.loader.exec_module(importlib.util.module_from_spec(spec))
+found = importlib.util.spec_from_file_location("tramix_menu", sys.argv[1])
+found.loader.exec_module(importlib.util.module_from_spec(found))
 provider = Nautilus.providers[0]()
 class Info:
     def __init__(self, path): self.path = path
