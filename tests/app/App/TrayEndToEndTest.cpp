@@ -108,21 +108,7 @@ protected:
     // Waits until the app's log holds a message starting with `prefix` after the last one
     // found; returns it.
     QString waitForLog(const QString& prefix, int timeoutMs = eventDeadlineMs) {
-        QString found;
-        waitUntil(
-            [&] {
-                const QStringList messages = log.messages();
-                for (; read < messages.size() && found.isEmpty(); ++read) {
-                    if (messages[read].startsWith(prefix))
-                        found = messages[read];
-                }
-                return !found.isEmpty();
-            },
-            timeoutMs);
-        if (found.isEmpty())
-            ADD_FAILURE() << "no log line " << prefix.toStdString() << " in:\n"
-                          << log.messages().join('\n').toStdString();
-        return found;
+        return log.waitFor(prefix, timeoutMs);
     }
 
     // What the app has stored under `key` by now.
@@ -168,7 +154,6 @@ protected:
     ScratchVariable config{"XDG_CONFIG_HOME", folder.path("config").toLocal8Bit()};
     // The app speaks German here, whatever the machine's language, so its log reads the same.
     ScratchVariable language{"LANGUAGE", "de"};
-    qsizetype read = 0;
     const QPoint open{700, 500};
 };
 
@@ -318,7 +303,7 @@ TEST_F(TrayApp, WelcomesOnceAndTheSettingsWindowRebindsAKeyAndMovesTheResults) {
     const QRect menu = waitForMenu(true);
     ASSERT_FALSE(menu.isEmpty());
     // The menu answers only once start-up is through, and start-up shows the welcome, if any.
-    EXPECT_FALSE(log.messages().mid(read).contains("Willkommensfenster gezeigt"));
+    EXPECT_FALSE(log.messages().mid(log.seen()).contains("Willkommensfenster gezeigt"));
     EXPECT_FALSE(windowShown(welcome));
 
     const QString title = QStringLiteral("Tramix – Einstellungen");

@@ -77,21 +77,7 @@ protected:
     }
 
     QString waitForLog(const QString& prefix, int timeoutMs = eventDeadlineMs) {
-        QString found;
-        waitUntil(
-            [&] {
-                const QStringList messages = log.messages();
-                for (; read < messages.size() && found.isEmpty(); ++read) {
-                    if (messages[read].startsWith(prefix))
-                        found = messages[read];
-                }
-                return !found.isEmpty();
-            },
-            timeoutMs);
-        if (found.isEmpty())
-            ADD_FAILURE() << "no log line " << prefix.toStdString() << " in:\n"
-                          << log.messages().join('\n').toStdString();
-        return found;
+        return log.waitFor(prefix, timeoutMs);
     }
 
     // Opens the convert wheel for `file` with the pointer at `open`, and waits until it holds
@@ -111,7 +97,6 @@ protected:
     uint pid = 0;
     TestFolder folder;
     ScratchLog log{folder.path("state")};
-    qsizetype read = 0;
     const QPoint open{700, 500};
 };
 

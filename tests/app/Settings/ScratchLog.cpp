@@ -1,8 +1,10 @@
 #include "ScratchLog.h"
 
 #include "Settings/DebugLog.h"
+#include "app/Drag/DragHarness.h"
 
 #include <QFile>
+#include <gtest/gtest.h>
 
 namespace tramix::test {
 
@@ -34,6 +36,24 @@ QStringList ScratchLog::messages() const {
             messages.append(QString::fromUtf8(line.mid(14)));
     }
     return messages;
+}
+
+QString ScratchLog::waitFor(const QString& prefix, int timeoutMs) {
+    QString found;
+    waitUntil(
+        [&] {
+            const QStringList all = messages();
+            for (; seen_ < all.size() && found.isEmpty(); ++seen_) {
+                if (all[seen_].startsWith(prefix))
+                    found = all[seen_];
+            }
+            return !found.isEmpty();
+        },
+        timeoutMs);
+    if (found.isEmpty())
+        ADD_FAILURE() << "no log line " << prefix.toStdString() << " in:\n"
+                      << messages().join('\n').toStdString();
+    return found;
 }
 
 } // namespace tramix::test

@@ -20,7 +20,14 @@ public:
     // The messages of the lines, without their time stamps.
     QStringList messages() const;
 
+    // Waits until a message starting with `prefix` follows the last one found, and returns it;
+    // fails the test with the whole log when none comes within `timeoutMs`.
+    QString waitFor(const QString& prefix, int timeoutMs);
+    // How many messages the waits have looked at so far.
+    qsizetype seen() const { return seen_; }
+
 private:
+    qsizetype seen_ = 0;
     QByteArray previous_;
     bool hadPrevious_;
 };
