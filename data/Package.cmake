@@ -23,6 +23,8 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 # The libraries the binary links are found by dpkg-shlibdeps; the programs it runs are not, so
 # they are named: the converters, the archivers, the OCR data and the completion sound.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# The app's own libraries, which the binary finds through its run path, are in the package.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR})
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "ffmpeg, zip, unzip, libreoffice-writer-nogui, \
 tesseract-ocr-eng, tesseract-ocr-deu, sound-theme-freedesktop")
 # Debian wants the licences of everything in the package, and the changes of a version, where

@@ -1,18 +1,13 @@
-#include "AppDelegate.h"
-#include "BusService.h"
 #include "CLI.h"
 #include "CommandTable.h"
+#include "ConversionError.h"
+#include "DesktopLibrary.h"
 #include "EngineLog.h"
+#include "Engines/EngineModule.h"
 #include "InputAlias.h"
-#include "Platform/ScreenCheck.h"
 #include "Settings/DebugLog.h"
-#include "Settings/UILanguage.h"
 
-#include <QApplication>
 #include <QCoreApplication>
-#include <QGuiApplication>
-#include <QLibraryInfo>
-#include <QTranslator>
 #include <cstdio>
 
 namespace {
@@ -42,43 +37,15 @@ bool draws(const QString& command) {
     return row && row->draws;
 }
 
-int runTrayApp(int argc, char** argv) {
-    // The wheel opens at the pointer and holds it while up, which Wayland does not grant its own
-    // windows: in a Wayland session the app runs through XWayland where there is one.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY"))
-        qputenv("QT_QPA_PLATFORM", "xcb");
-    // Qt would abort with a core dump; a sentence and a status are more use to anyone.
-    if (const std::optional<QString> problem = tramix::ScreenCheck::problem()) {
-        std::fprintf(stderr, "Fehler: %s\n", problem->toLocal8Bit().constData());
-        return 1;
+// The tray app and the drawings need widgets and every engine: only they open the desktop
+// library, so that listing and converting start with the light core alone.
+const tramix::DesktopLibrary* desktop() {
+    try {
+        return &tramix::EngineModule::table<tramix::DesktopLibrary>();
+    } catch (const tramix::ConversionError& error) {
+        std::fprintf(stderr, "Fehler: %s\n", error.what());
+        return nullptr;
     }
-    QApplication app(argc, argv);
-    // Qt's own words (the fallback folder chooser, a text field's menu) speak the interface's
-    // language too.
-    QTranslator qtWords;
-    if (tramix::UILanguage::german() &&
-        qtWords.load(QStringLiteral("qtbase_de"),
-                     QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
-        QApplication::installTranslator(&qtWords);
-    // One app per session: a second start leaves the work to the first one.
-    if (tramix::BusService::taken()) {
-        std::fprintf(stderr, "Tramix läuft bereits.\n");
-        return 0;
-    }
-    tramix::AppDelegate delegate;
-    tramix::BusService bus(delegate);
-    const tramix::BusService::Claim claim = bus.claim();
-    if (claim == tramix::BusService::Claim::taken) {
-        std::fprintf(stderr, "Tramix läuft bereits.\n");
-        return 0;
-    }
-    delegate.start();
-    if (claim == tramix::BusService::Claim::noBus)
-        tramix::DebugLog::write(QStringLiteral("Keine D-Bus-Sitzung: „tramix --wheel“ und die "
-                                               "Menüs der Dateimanager erreichen diese App nicht"));
-    const int status = app.exec();
-    tramix::DebugLog::flush();
-    return status;
 }
 
 } // namespace
@@ -89,18 +56,16 @@ int main(int argc, char** argv) {
     QCoreApplication::setOrganizationName(QStringLiteral("Tramix"));
     QCoreApplication::setApplicationName(QStringLiteral("Tramix"));
 
-    if (!tramix::CLI::isCommandLine(arguments))
-        return runTrayApp(argc, argv);
-    QTextStream out(stdout);
-    if (draws(arguments[1])) {
-        // Drawings need fonts and a paint engine (and widgets, for the editors and the
-        // windows), but never a screen.
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        QApplication app(argc, argv);
-        return tramix::CLI::run(arguments.mid(1), out);
+    const bool commandLine = tramix::CLI::isCommandLine(arguments);
+    if (!commandLine || draws(arguments[1])) {
+        const tramix::DesktopLibrary* library = desktop();
+        if (!library)
+            return 1;
+        return commandLine ? library->runDrawing(argc, argv) : library->runTrayApp(argc, argv);
     }
     // No windowing system is needed to list or run operations.
     QCoreApplication app(argc, argv);
+    QTextStream out(stdout);
     const int status = tramix::CLI::run(arguments.mid(1), out);
     tramix::DebugLog::flush();
     return status;

@@ -2,14 +2,15 @@
 
 #include "Archives/ArchiveConverter.h"
 #include "Documents/DocumentConverter.h"
-#include "Image/ImageConverter.h"
-#include "Image/ImageFormat.h"
+#include "Engines/CutOutEngine.h"
+#include "Engines/EngineModule.h"
+#include "Engines/ImageEngine.h"
+#include "Engines/PDFEngine.h"
+#include "Engines/TextEngine.h"
 #include "Media/AudioFormat.h"
 #include "Media/MediaConverter.h"
-#include "PDF/PDFConverter.h"
 #include "SizeCheck.h"
 #include "Tables/SpreadsheetConverter.h"
-#include "Text/VisionTools.h"
 
 #include <algorithm>
 
@@ -21,6 +22,23 @@ constexpr int webEdge = 1920; // pixels on the longest edge
 
 using Each = CatalogueWork::EachFile;
 using All = CatalogueWork::AllFiles;
+
+// The image, PDF, text and cut-out engines are opened when a row first runs, never to list.
+const ImageEngine& imageEngine() {
+    return EngineModule::table<ImageEngine>();
+}
+
+const PDFEngine& pdfEngine() {
+    return EngineModule::table<PDFEngine>();
+}
+
+// A per-file entry of an engine's table, looked up when the row runs.
+template <typename Table>
+Each engineCall(QString (*const Table::*call)(const QString&, const OutputContext&)) {
+    return [call](const QString& input, const OutputContext& context) {
+        return (EngineModule::table<Table>().*call)(input, context);
+    };
+}
 
 CatalogueWork perFile(Each work, const QString& makes = {}) {
     return {OperationStyle::perFile, std::move(work), {}, nullptr, nullptr, makes, {}, {}};
@@ -37,6 +55,12 @@ CatalogueWork intoOne(QString (*make)(const QStringList&, const OutputContext&))
     });
 }
 
+CatalogueWork imagesIntoOnePDF() {
+    return intoOne([](const QStringList& inputs, const OutputContext& context) {
+        return imageEngine().imagesToPDF(inputs, context);
+    });
+}
+
 CatalogueWork onDesktop(DesktopHandlers::Handler DesktopHandlers::*handler, const char* needs) {
     return {OperationStyle::instant, {}, {}, handler, needs, {}, {}, {}};
 }
@@ -44,16 +68,16 @@ CatalogueWork onDesktop(DesktopHandlers::Handler DesktopHandlers::*handler, cons
 CatalogueWork toImage(const ImageFormat& format) {
     CatalogueWork work = perFile(
         [format](const QString& input, const OutputContext& context) {
-            return ImageConverter::convert(input, format, context);
+            return imageEngine().convert(input, format, context);
         },
         format.ext);
-    work.available = [format] { return ImageFormat::writable().contains(format); };
+    work.available = [format] { return imageEngine().writableFormats().contains(format); };
     return work;
 }
 
 CatalogueWork pagesAs(const ImageFormat& format) {
     return perFile([format](const QString& input, const OutputContext& context) {
-        return PDFConverter::toImages(input, format, context);
+        return pdfEngine().toImages(input, format, context, PDFEngine::pageDPI);
     });
 }
 
@@ -118,7 +142,7 @@ CatalogueWork smallerOrNothing(Each compress, const QString& what) {
 
 CatalogueWork webSize() {
     return perFile([](const QString& input, const OutputContext& context) {
-        return ImageConverter::resizeForWeb(input, webEdge, context);
+        return imageEngine().resizeForWeb(input, webEdge, context);
     });
 }
 
@@ -152,13 +176,13 @@ std::vector<CatalogueRow> table() {
         {"convert.image.bmp",  image, convert, {"BMP"},  {"In BMP umwandeln", "Convert to BMP"},   none, toImage(ImageFormat::bmp)},
         {"convert.image.pdf",  image, convert, {"PDF"},  {"In PDF umwandeln", "Convert to PDF"},   none,
             perFile([](const QString& input, const OutputContext& context) {
-                return ImageConverter::imagesToPDF({input}, context);
+                return imageEngine().imagesToPDF({input}, context);
             }, QStringLiteral("pdf"))},
 
         {"convert.document.docx", pdf, convert, {"DOCX"}, {"In DOCX umwandeln", "Convert to DOCX"},                      none, toDocument(DocumentFormat::docx)},
         {"convert.pdf.jpg",       pdf, convert, {"JPG"},  {"Seiten als JPG", "Pages as JPG"},                            none, pagesAs(ImageFormat::jpg)},
         {"convert.pdf.png",       pdf, convert, {"PNG"},  {"Seiten als PNG", "Pages as PNG"},                            none, pagesAs(ImageFormat::png)},
-        {"convert.pdf.txt",       pdf, convert, {"TXT"},  {"Text extrahieren (auch Scans)", "Extract text (scans too)"}, none, perFile(&PDFConverter::toText)},
+        {"convert.pdf.txt",       pdf, convert, {"TXT"},  {"Text extrahieren (auch Scans)", "Extract text (scans too)"}, none, perFile(engineCall(&PDFEngine::toText))},
         {"convert.document.rtf",  pdf, convert, {"RTF"},  {"In RTF umwandeln", "Convert to RTF"},                        none, toDocument(DocumentFormat::rtf)},
         {"convert.document.html", pdf, convert, {"HTML"}, {"In HTML umwandeln", "Convert to HTML"},                      none, toDocument(DocumentFormat::html)},
 
@@ -194,15 +218,15 @@ std::vector<CatalogueRow> table() {
         {"archive.tgz", folder, convert, {"TAR.GZ"}, {"Als TAR.GZ packen", "Pack as TAR.GZ"}, none, packInto(Kind::tgz)},
 
         // Tools
-        {"tool.image.compress", image, tools, {"KOMPR.", "COMPRESS"},     {"Komprimieren", "Compress"},                                      squeeze,                 perFile(&ImageConverter::compress)},
-        {"tool.image.cutout",   image, tools, {"FREISTELLEN", "CUT OUT"}, {"Hintergrund entfernen", "Remove the background"},                "person.crop.rectangle", perFile(&VisionTools::removeBackground)},
-        {"tool.image.ocr",      image, tools, {"TEXT"},                   {"Text erkennen und kopieren", "Recognize and copy text"},         "text.viewfinder",       perFile(&VisionTools::recognizeText)},
+        {"tool.image.compress", image, tools, {"KOMPR.", "COMPRESS"},     {"Komprimieren", "Compress"},                                      squeeze,                 perFile(engineCall(&ImageEngine::compress))},
+        {"tool.image.cutout",   image, tools, {"FREISTELLEN", "CUT OUT"}, {"Hintergrund entfernen", "Remove the background"},                "person.crop.rectangle", perFile(engineCall(&CutOutEngine::removeBackground))},
+        {"tool.image.ocr",      image, tools, {"TEXT"},                   {"Text erkennen und kopieren", "Recognize and copy text"},         "text.viewfinder",       perFile(engineCall(&TextEngine::recognizeText))},
         {"tool.image.web",      image, tools, {"WEB"},                    {"Für Web verkleinern (1920 px)", "Shrink for the web (1920 px)"}, "globe",                 webSize()},
-        {"tool.image.strip",    image, tools, {"METADATEN", "METADATA"},  {"Metadaten & GPS entfernen", "Remove metadata & GPS"},            "eye.slash",             perFile(&ImageConverter::stripMetadata)},
-        {"tool.image.pdf",      image, tools, {"PDF"},                    {"Als PDF", "As PDF"},                                             "doc.richtext",          intoOne(&ImageConverter::imagesToPDF),
+        {"tool.image.strip",    image, tools, {"METADATEN", "METADATA"},  {"Metadaten & GPS entfernen", "Remove metadata & GPS"},            "eye.slash",             perFile(engineCall(&ImageEngine::stripMetadata))},
+        {"tool.image.pdf",      image, tools, {"PDF"},                    {"Als PDF", "As PDF"},                                             "doc.richtext",          imagesIntoOnePDF(),
             {"%1 Bilder zu einem PDF", "%1 images in one PDF"}},
 
-        {"tool.pdf.compress", pdf, tools, {"KOMPR.", "COMPRESS"}, {"PDF komprimieren", "Compress the PDF"}, squeeze, perFile(&PDFConverter::compress)},
+        {"tool.pdf.compress", pdf, tools, {"KOMPR.", "COMPRESS"}, {"PDF komprimieren", "Compress the PDF"}, squeeze, perFile(engineCall(&PDFEngine::compress))},
 
         {"tool.audio.compress", audio, tools, {"KOMPR.", "COMPRESS"}, {"Als M4A mit 128 kbit/s", "As M4A at 128 kbit/s"}, squeeze, audioCompress()},
 

@@ -3,11 +3,12 @@
 #include "AtomicFile.h"
 #include "ConversionError.h"
 #include "DocumentCheck.h"
+#include "Engines/EngineModule.h"
+#include "Engines/PDFEngine.h"
 #include "FileKind.h"
 #include "HTMLImages.h"
 #include "Markdown.h"
 #include "OfficeSuite.h"
-#include "PDF/PDFConverter.h"
 #include "ScratchFolder.h"
 #include "StyledTextHTML.h"
 #include "TextHTML.h"
@@ -166,8 +167,8 @@ void Batch::takePDF(qsizetype index) {
     reading.fileProgress = [this](double part) {
         context_.reportFraction((double(told_) + part) / double(inputs_.size()));
     };
-    const QByteArray html =
-        StyledTextHTML::write(PDFConverter::attributedText(input, reading), outputStem(input));
+    const QByteArray html = StyledTextHTML::write(
+        EngineModule::table<PDFEngine>().richText(input, reading), outputStem(input));
     if (format_ == DocumentFormat::html) {
         const QString output = AtomicFile::writeBytes(
             context_.destination(input, QStringLiteral("html")), [&] { return html; });

@@ -1,11 +1,5 @@
 #include "ImageFormat.h"
 
-#include "FileKind.h"
-#include "HeifEncoder.h"
-#include "VipsRuntime.h"
-
-#include <vips/vips.h>
-
 namespace tramix {
 
 const ImageFormat ImageFormat::jpg{"jpg", "JPG", "public.jpeg", false, true};
@@ -20,38 +14,6 @@ const ImageFormat ImageFormat::bmp{"bmp", "BMP", "com.microsoft.bmp", false, fal
 const QList<ImageFormat>& ImageFormat::all() {
     static const QList<ImageFormat> formats = {jpg, png, heic, webp, avif, tiff, gif, bmp};
     return formats;
-}
-
-const QList<ImageFormat>& ImageFormat::writable() {
-    static const QList<ImageFormat> formats = [] {
-        QList<ImageFormat> result;
-        if (!VipsRuntime::ensureStarted())
-            return result;
-        for (const ImageFormat& format : all()) {
-            const QByteArray probe = "x." + format.ext.toLatin1();
-            bool canWrite = vips_foreign_find_save(probe.constData()) != nullptr;
-            if (format == heic)
-                canWrite = HeifEncoder::canEncode(HeifEncoder::Codec::hevc);
-            else if (format == avif)
-                canWrite = HeifEncoder::canEncode(HeifEncoder::Codec::av1);
-            else if (format == bmp)
-                canWrite = true; // written by our own code
-            if (canWrite)
-                result.append(format);
-        }
-        vips_error_clear();
-        return result;
-    }();
-    return formats;
-}
-
-ImageFormat ImageFormat::forFile(const QString& path) {
-    const QString ext = FileKind::canonicalExtension(pathExtension(path));
-    for (const ImageFormat& format : writable()) {
-        if (format.ext == ext)
-            return format;
-    }
-    return png;
 }
 
 } // namespace tramix

@@ -21,7 +21,7 @@ struct ImageFormat {
     static const QList<ImageFormat>& all();
 
     // Those that this machine can write (libvips savers, libheif encoders); asked once per
-    // process.
+    // process. In the image library: the catalogue asks through its ImageEngine.
     static const QList<ImageFormat>& writable();
 
     // The format to re-encode a file in its own format: the writable format of its

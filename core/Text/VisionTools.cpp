@@ -3,13 +3,10 @@
 #include "AtomicFile.h"
 #include "ConversionError.h"
 #include "Image/ImagePipeline.h"
-#include "Image/SubjectCutOut.h"
-#include "Image/SubjectModel.h"
 #include "TextRecognizer.h"
 
 #include <QCoreApplication>
 #include <QMetaObject>
-#include <future>
 #include <mutex>
 
 namespace tramix::VisionTools {
@@ -72,25 +69,6 @@ QString save(const QString& text, const QString& input, const OutputContext& con
         [&] { return text.toUtf8(); });
     toClipboard(text);
     return written;
-}
-
-QString removeBackground(const QString& input, const OutputContext& context) {
-    ImagePipeline::Loaded loaded = ImagePipeline::load(input);
-    context.throwIfCancelled();
-    // The network loads while the photo is opened.
-    const std::shared_future<SubjectModel*> model =
-        std::async(std::launch::async, [] { return &SubjectModel::shared(); }).share();
-    const auto likelihood = [&](const vips::VImage& picture,
-                                const SubjectCutOut::Progress& progress) {
-        return model.get()->likelihood(picture, progress);
-    };
-    loaded.image = SubjectCutOut::cutOut(input, loaded.image, likelihood, [&](double fraction) {
-        context.reportFraction(fraction);
-    });
-    context.throwIfCancelled();
-    return ImagePipeline::save(
-        loaded, ImageFormat::png, 1.0, ImageMetadata::none(),
-        context.destination(input, QStringLiteral("png"), QStringLiteral("freigestellt")));
 }
 
 } // namespace tramix::VisionTools
