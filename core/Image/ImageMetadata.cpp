@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QtEndian>
 #include <mutex>
 
 // exiv2 0.27 hands out std::auto_ptr, which is deprecated in C++20.
@@ -101,9 +102,38 @@ void makeUpright(Exiv2::XmpData& xmp, int width, int height) {
     }
 }
 
+// exiv2 reads every chunk of a PNG whole, the compressed pixels too: a second pass over a
+// 100-MP picture. Metadata lives only in these chunks, whose headers are found by skipping the
+// others unread. Anything unexpected is left for exiv2 to judge.
+bool isPNGWithoutMetadata(const QString& path) {
+    QFile file(path);
+    // Unbuffered: a buffer would read the pixels that the seeks skip.
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return false;
+    static constexpr char signature[] = "\x89PNG\r\n\x1a\n";
+    if (file.read(8) != QByteArray(signature, 8))
+        return false;
+    for (;;) {
+        const QByteArray header = file.read(8);
+        if (header.size() != 8)
+            return false;
+        const QByteArray type = header.sliced(4);
+        if (type == "IEND")
+            return true;
+        if (type == "eXIf" || type == "tEXt" || type == "zTXt" || type == "iTXt")
+            return false;
+        constexpr qint64 crcBytes = 4;
+        const qint64 length = qFromBigEndian<quint32>(header.constData());
+        if (!file.seek(file.pos() + length + crcBytes))
+            return false;
+    }
+}
+
 } // namespace
 
 ImageMetadata ImageMetadata::read(const QString& path) {
+    if (isPNGWithoutMetadata(path))
+        return {};
     startOnce();
     ImageMetadata metadata;
     try {

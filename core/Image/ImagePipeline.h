@@ -66,10 +66,14 @@ int orientationOf(const vips::VImage& image);
 // The resolution a file declares, or nothing where libvips only filled in its placeholder.
 std::optional<double> declaredDPI(const vips::VImage& image);
 
+// What a picture shows, for lossless encoders whose best settings differ: drawn pages (text and
+// flat colours on white) compress best unfiltered, where row filters only add noise.
+enum class Content { photo, drawing };
+
 // Encodes into memory, for results whose size decides whether they are kept. Refuses pictures
 // too large for the format's encoder (ImageBudget::requireEncodable) before decoding them.
 QByteArray encode(const vips::VImage& image, const ImageFormat& format, double quality,
-                  const ImageMetadata& metadata, double dpi);
+                  const ImageMetadata& metadata, double dpi, Content content = Content::photo);
 
 // Writes the image atomically under the reserved name (or the next free one), carrying exactly
 // `metadata`, and returns its path. Refuses as `encode` does; errors while decoding throw as

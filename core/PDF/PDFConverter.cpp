@@ -77,7 +77,7 @@ void drawPage(poppler::document& document, int index, const Drawing& drawing,
         needs.images = drawing.images[size_t(index)];
     const PDFRenderer::Rendered drawn = PDFRenderer::render(*page, index + 1, drawing.dpi, needs);
     store(ImagePipeline::encode(drawn.image, drawing.format, drawing.quality, ImageMetadata::none(),
-                                drawn.dpi));
+                                drawn.dpi, ImagePipeline::Content::drawing));
 }
 
 } // namespace

@@ -187,8 +187,10 @@ QStringList bandLines(tesseract::TessBaseAPI& engine, const QRect& band) {
 // A page with many lines is read band by band on threads that are idle, each with an engine of
 // its own: on two cores a full page takes three quarters of the time (finding the layout cannot
 // be shared). Without an idle thread the page is read as a whole, using the layout found already.
-std::optional<QStringList> linesSideBySide(tesseract::TessBaseAPI& engine, const Pixels& pixels,
-                                           double dpi, const QByteArray& languages) {
+std::optional<QStringList>
+linesSideBySide(tesseract::TessBaseAPI& engine, const Pixels& pixels, double dpi,
+                const QByteArray& languages,
+                std::future<std::unique_ptr<tesseract::TessBaseAPI>>& spare) {
     const int threads = JobRunner::width();
     std::vector<QRect> bands;
     {
@@ -199,10 +201,19 @@ std::optional<QStringList> linesSideBySide(tesseract::TessBaseAPI& engine, const
     }
     std::vector<QStringList> texts(bands.size());
     const std::thread::id caller = std::this_thread::get_id();
+    std::mutex spareLock;
     const bool parted = ParallelPages::runIfHelped(int(bands.size()), threads, [&] {
         std::shared_ptr<tesseract::TessBaseAPI> own;
         if (std::this_thread::get_id() != caller) {
-            own = startEngine(languages);
+            std::unique_lock lock(spareLock);
+            if (spare.valid()) {
+                own = spare.get();
+                lock.unlock();
+                singleThreaded();
+            } else {
+                lock.unlock();
+                own = startEngine(languages);
+            }
             show(*own, pixels, dpi);
         }
         tesseract::TessBaseAPI* reader = own ? own.get() : &engine;
@@ -220,11 +231,17 @@ std::optional<QStringList> linesSideBySide(tesseract::TessBaseAPI& engine, const
 
 } // namespace
 
-TextRecognizer::TextRecognizer()
+TextRecognizer::TextRecognizer(Engines engines)
     : languages_(languages(QLocale::system().uiLanguages(), installedLanguages()).toUtf8())
-    , engine_(startEngine(languages_)) {}
+    , engine_(startEngine(languages_)) {
+    // Started once the first engine has made the process-wide settings.
+    if (engines == Engines::spareForBands && JobRunner::width() > 1)
+        spare_ = std::async(std::launch::async, [this] { return startEngine(languages_); });
+}
 
 TextRecognizer::~TextRecognizer() {
+    if (spare_.valid())
+        spare_.wait();
     engine_->End();
 }
 
@@ -264,7 +281,7 @@ QString TextRecognizer::read(const vips::VImage& source, double sourceDPI) {
     const double dpi = page.dpi;
     const Pixels pixels = pixelsOf(page.image);
     show(*engine_, pixels, dpi);
-    std::optional<QStringList> lines = linesSideBySide(*engine_, pixels, dpi, languages_);
+    std::optional<QStringList> lines = linesSideBySide(*engine_, pixels, dpi, languages_, spare_);
     if (!lines)
         lines = recognizedLines(*engine_);
     engine_->Clear();

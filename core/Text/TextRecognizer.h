@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
+#include <future>
 #include <memory>
 #include <vips/vips8>
 
@@ -16,8 +17,13 @@ namespace tramix {
 
 class TextRecognizer {
 public:
+    // A single picture has a second engine load while the first finds the layout, ready for an
+    // idle thread to read part of the lines; pages read side by side have a thread each and
+    // need only one.
+    enum class Engines { one, spareForBands };
+
     // Throws "Texterkennung ist fehlgeschlagen." when no language data can be loaded.
-    TextRecognizer();
+    explicit TextRecognizer(Engines engines = Engines::one);
     ~TextRecognizer();
     TextRecognizer(const TextRecognizer&) = delete;
     TextRecognizer& operator=(const TextRecognizer&) = delete;
@@ -54,6 +60,7 @@ public:
 private:
     QByteArray languages_;
     std::unique_ptr<tesseract::TessBaseAPI> engine_;
+    std::future<std::unique_ptr<tesseract::TessBaseAPI>> spare_;
 };
 
 } // namespace tramix

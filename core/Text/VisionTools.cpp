@@ -48,7 +48,7 @@ void setClipboardHook(ClipboardHook hook) {
 QString recognize(const vips::VImage& image, double dpi) {
     // Refused before the engine loads.
     const TextRecognizer::Page page = TextRecognizer::prepared(image, dpi);
-    TextRecognizer recognizer;
+    TextRecognizer recognizer(TextRecognizer::Engines::spareForBands);
     return recognizer.read(page.image, page.dpi);
 }
 

@@ -80,6 +80,19 @@ TEST(ImageConverter, ConvertTurnsPixelsUprightAndKeepsGPSAndIPTC) {
     }
 }
 
+TEST(ImageConverter, APNGsMetadataIsReadFromItsChunksAndOneWithoutHasNone) {
+    TestFolder dir;
+    const QString png = ImageConverter::convert(turnedPhoto(dir), ImageFormat::png, {});
+    const QJsonObject tags = tagsOf(ImageConverter::convert(png, ImageFormat::jpg, {}));
+    EXPECT_NEAR(tags["GPS:GPSLatitude"].toDouble(), 48.1, 1e-6);
+    EXPECT_TRUE(tags["IPTC:Keywords"] == "Urlaub" || tags["XMP-dc:Subject"] == "Urlaub");
+
+    const QString plain = saveImage(halves(64, 32, red, blue), dir.path("plain.png"));
+    const QJsonObject none = tagsOf(ImageConverter::convert(plain, ImageFormat::jpg, {}));
+    EXPECT_FALSE(none.contains("GPS:GPSLatitude"));
+    EXPECT_EQ(sizeOf(dir.path("plain.jpg")), "64 x 32");
+}
+
 TEST(ImageConverter, OpensEveryImageFormatThatLibvipsReads) {
     TestFolder dir;
     const VImage source = halves(48, 32, red, blue);
