@@ -77,6 +77,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         writer.row(TableRow::from(row));
     writer.finish();
     const Rows again = parsed(out.data(), delimiter, false, piece);
-    FUZZ_CHECK(withoutBlankRows(whole) == again, QString::fromUtf8(out.data()));
+    FUZZ_CHECK(withoutBlankRows(whole) == again,
+               QString::fromLatin1(out.data().toHex(' ')) + u'\n' +
+                   QString::fromLatin1(bytes.toByteArray().toHex(' ')));
     return 0;
 }

@@ -36,12 +36,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         columns.insert(grid[0][i].isEmpty() ? QStringLiteral("Spalte %1").arg(i + 1) : grid[0][i],
                        i);
     for (qsizetype r = 1; r < grid.size(); ++r) {
+        // Read pair by pair: QJsonObject's own lookup misses some keys with replacement
+        // characters.
+        QHash<QString, QString> values;
         const QJsonObject object = objects[r - 1].toObject();
-        FUZZ_CHECK(object.size() == columns.size(), written);
+        for (auto it = object.begin(); it != object.end(); ++it)
+            values.insert(it.key(), it.value().toString());
+        FUZZ_CHECK(values.size() == columns.size(), written);
         for (auto it = columns.cbegin(); it != columns.cend(); ++it) {
             const QStringList& row = grid[r];
             const QString expected = it.value() < row.size() ? row[it.value()] : QString();
-            FUZZ_CHECK(object.value(it.key()).toString() == expected, it.key() + u'\n' + written);
+            FUZZ_CHECK(values.contains(it.key()) && values.value(it.key()) == expected,
+                       it.key() + u'\n' + written);
         }
     }
     return 0;
