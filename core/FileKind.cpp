@@ -99,6 +99,9 @@ FileKind FileKind::of(const QString& path) {
         return *kind;
     if (ext.isEmpty())
         return other;
+    // No file can be named with a NUL, and the type database's lookup crashes on some such names.
+    if (path.contains(QChar(0)))
+        return other;
     return kindFromMimeDatabase(info.fileName());
 }
 

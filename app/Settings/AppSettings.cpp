@@ -4,6 +4,7 @@
 
 #include <QVariantMap>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <stdexcept>
 #include <utility>
@@ -63,18 +64,40 @@ QVariantMap storedKeys(QSettings& store) {
     return stored;
 }
 
+// A hand edit may give one key to two wheels, or another wheel's default key to a wheel: the
+// stored bindings come first in wheel order, then the defaults, and a wheel left without its key
+// takes a default key that no wheel holds, as `assign` would swap them; no key opens two wheels.
 AppSettings::KeyMap readKeys(QSettings& store) {
-    AppSettings::KeyMap keys = AppSettings::defaultKeys();
+    const AppSettings::KeyMap defaults = AppSettings::defaultKeys();
     const QVariantMap stored = storedKeys(store);
     for (const QVariant& binding : stored) {
         if (!isString(binding))
-            return keys;
+            return defaults;
     }
+    AppSettings::KeyMap wanted;
     for (auto it = stored.cbegin(); it != stored.cend(); ++it) {
         const std::optional<WheelMode> mode = WheelMode::fromRawValue(it.key());
         const std::optional<ModifierKey> key = ModifierKey::fromRawValue(it.value().toString());
         if (mode && key)
-            keys.insert_or_assign(*mode, *key);
+            wanted.insert_or_assign(*mode, *key);
+    }
+    AppSettings::KeyMap keys;
+    auto bindIfFree = [&keys](WheelMode mode, ModifierKey key) {
+        const bool taken = std::any_of(
+            keys.begin(), keys.end(), [key](const auto& binding) { return binding.second == key; });
+        if (!taken && !keys.contains(mode))
+            keys.insert({mode, key});
+    };
+    for (const AppSettings::KeyMap* source :
+         std::array<const AppSettings::KeyMap*, 2>{&wanted, &defaults}) {
+        for (WheelMode mode : WheelMode::allCases()) {
+            if (const auto binding = source->find(mode); binding != source->end())
+                bindIfFree(mode, binding->second);
+        }
+    }
+    for (WheelMode mode : WheelMode::allCases()) {
+        for (const auto& binding : defaults)
+            bindIfFree(mode, binding.second);
     }
     return keys;
 }

@@ -118,6 +118,7 @@ public:
     }
 
     void leaveBlock(MD_BLOCKTYPE type, void* detail) {
+        closeOpenSpans();
         switch (type) {
         case MD_BLOCK_DOC:
             break;
@@ -213,6 +214,9 @@ public:
             out.append("</strong>");
             break;
         case MD_SPAN_A:
+            // md4c may leave a link it never entered, as in "![]([)]()".
+            if (links_.empty())
+                break;
             if (links_.back() == SpanForm::Tagged)
                 out.append("</a>");
             links_.pop_back();
@@ -327,6 +331,9 @@ private:
     }
 
     void leaveImage(const MD_SPAN_IMG_DETAIL& image) {
+        // md4c may leave an image it never entered, as in "[](![)]()".
+        if (images_.empty())
+            return;
         const SpanForm form = images_.back();
         images_.pop_back();
         if (form != SpanForm::Tagged)
@@ -334,6 +341,19 @@ private:
         out.append('"');
         appendTitle(image.title);
         out.append(" />");
+    }
+
+    // md4c may end a block without leaving an image or link it entered, as in "![<\ns:](>)":
+    // the alt attribute and the link end with the block.
+    void closeOpenSpans() {
+        for (; !images_.empty(); images_.pop_back()) {
+            if (images_.back() == SpanForm::Tagged)
+                out.append("\" />");
+        }
+        for (; !links_.empty(); links_.pop_back()) {
+            if (links_.back() == SpanForm::Tagged)
+                out.append("</a>");
+        }
     }
 
     void appendEntity(QByteArrayView reference) {

@@ -11,7 +11,8 @@ constexpr unsigned char firstNonASCII = 0x80;
 DelimitedParser::DelimitedParser(char delimiter, bool latin1, RowHandler onRow)
     : delimiter_(delimiter)
     , latin1_(latin1)
-    , onRow_(std::move(onRow)) {
+    , onRow_(std::move(onRow))
+    , markPending_(!latin1) {
     for (const char byte : {delimiter_, '\n', '\r', '"'})
         stopsOutside_[static_cast<unsigned char>(byte)] = true;
     stopsInside_[static_cast<unsigned char>('"')] = true;
@@ -93,10 +94,23 @@ qsizetype DelimitedParser::plainRun(QByteArrayView bytes, qsizetype from) const 
 }
 
 void DelimitedParser::feed(QByteArrayView bytes) {
+    // A byte-order mark may come split over pieces: its first bytes wait until it is whole, or
+    // go into the text when it turns out to be none.
     qsizetype i = 0;
-    if (offset_ == 0 && !latin1_ && bytes.startsWith("\xEF\xBB\xBF"))
-        i = 3;
-    offset_ += bytes.size();
+    while (markPending_ && i < bytes.size()) {
+        if (bytes[i] != byteOrderMark[markBytes_]) {
+            markPending_ = false;
+            parse(byteOrderMark.first(markBytes_));
+            break;
+        }
+        ++i;
+        markPending_ = ++markBytes_ < byteOrderMark.size();
+    }
+    parse(bytes.sliced(i));
+}
+
+void DelimitedParser::parse(QByteArrayView bytes) {
+    qsizetype i = 0;
     while (i < bytes.size()) {
         // Ordinary bytes go into the cell in one piece.
         if (!quotePending_ && !crPending_) {
@@ -112,6 +126,10 @@ void DelimitedParser::feed(QByteArrayView bytes) {
 }
 
 void DelimitedParser::finish() {
+    if (markPending_) {
+        markPending_ = false;
+        parse(byteOrderMark.first(markBytes_));
+    }
     if (crPending_)
         appendByte('\r');
     crPending_ = false;

@@ -28,6 +28,9 @@ public:
 private:
     using ByteSet = std::array<bool, 256>;
 
+    static constexpr QByteArrayView byteOrderMark = "\xEF\xBB\xBF";
+
+    void parse(QByteArrayView bytes);
     // The end of the bytes from `from` on that need no decision of the state machine.
     qsizetype plainRun(QByteArrayView bytes, qsizetype from) const;
     void step(char byte);
@@ -45,7 +48,8 @@ private:
     bool inQuotes_ = false;
     bool quotePending_ = false; // a quote inside quotes, its meaning known from the next byte
     bool crPending_ = false;    // a CR outside quotes: a row end if a line feed follows
-    qint64 offset_ = 0;
+    bool markPending_;          // the text may still begin with a byte-order mark
+    qsizetype markBytes_ = 0;   // how much of it has come
     qint64 rows_ = 0;
 };
 

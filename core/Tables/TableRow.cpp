@@ -1,5 +1,7 @@
 #include "TableRow.h"
 
+#include <QStringDecoder>
+
 namespace tramix {
 
 QByteArrayView TableRow::cell(qsizetype index) const {
@@ -25,10 +27,13 @@ TableRow TableRow::from(const QStringList& cells) {
 }
 
 QStringList TableRow::toStrings() const {
+    // QString::fromUtf8 would drop a cell's leading U+FEFF as a byte-order mark.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
+                                                     QStringDecoder::Flag::ConvertInitialBom);
     QStringList cells;
     cells.reserve(size());
     for (qsizetype i = 0; i < size(); ++i)
-        cells.append(QString::fromUtf8(cell(i)));
+        cells.append(decoder.decode(cell(i)));
     return cells;
 }
 

@@ -27,6 +27,8 @@ TEST(FileKind, TheLowerCasedExtensionDecidesThenTheTypeDatabase) {
         {dir.file("song.ogg"), FileKind::audio},
         {dir.file("film.ac3"), FileKind::audio},
         {dir.file("data.xyz"), FileKind::other},
+        // No file is named with NULs; the type database must not be asked about such a name.
+        {dir.path(QString::fromUtf8("x\0\0\0\0.ts", 9)), FileKind::other},
     };
     for (const auto& [path, kind] : cases)
         EXPECT_EQ(FileKind::of(path), kind) << path.toStdString();

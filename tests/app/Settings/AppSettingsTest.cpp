@@ -117,6 +117,12 @@ TEST_F(AppSettingsTest, KeysAreAHandEditableGroupWhoseUnknownNamesAreSkipped) {
         << text.data();
     EXPECT_EQ(describe(load()->keys()), "convert:control tools:option actions:shift");
 
+    // A key written for two wheels, or taking another wheel's default, still opens one wheel.
+    writeByHand("[keys]\ntools=control\nconvert=control\n");
+    EXPECT_EQ(describe(load()->keys()), "convert:control tools:command actions:shift");
+    writeByHand("[keys]\nactions=shift\n");
+    EXPECT_EQ(describe(load()->keys()), "convert:control tools:command actions:shift");
+
     // An older run's map in one value reads too, but a binding that is not a string spoils it.
     QFile::remove(storeFile());
     store("keys", QVariantMap{{"tools", "option"}, {"wheel", "shift"}});

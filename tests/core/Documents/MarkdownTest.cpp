@@ -186,6 +186,12 @@ TEST(Markdown, SourcesCannotRunScript) {
     }
     EXPECT_EQ(body("[klick](javascript:alert(1))"), "<p>klick</p>\n");
     EXPECT_EQ(body("<b>fett</b>"), "<p>&lt;b&gt;fett&lt;/b&gt;</p>\n");
+    // md4c leaves a link or an image here that it never entered: nothing closes what was not
+    // opened.
+    EXPECT_EQ(body("![]([)]()"), "<p><img src=\"%5B\" alt=\"\" /></p>\n");
+    EXPECT_EQ(body("[](![)]()"), "<p><a href=\"!%5B\"></a></p>\n");
+    // Or it never leaves an image it entered: the alt text still ends with the paragraph.
+    EXPECT_EQ(body("![<\ns:](>)"), "<p><img src=\"%3E\" alt=\"\ns:]()\" /></p>\n");
 }
 
 TEST(Markdown, DocumentsKeepTheirFrame) {

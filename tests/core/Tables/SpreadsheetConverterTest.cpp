@@ -46,6 +46,9 @@ TEST(SpreadsheetConverter, ParseHandlesQuotesEmptyLinesAndLineEnds) {
     EXPECT_EQ(Sheet::parse("\"ab\"c,\"x\"\"\"", u','), TableGrid({{"abc", "x\""}}));
     EXPECT_EQ(Sheet::parse("\"\",\"\"\n\"\"\n", u','), TableGrid({{"", ""}}));
     EXPECT_EQ(Sheet::parse("a\tb,c\n", u'\t'), TableGrid({{"a", "b,c"}}));
+    // Only the text's own byte-order mark goes; a cell keeps its leading U+FEFF.
+    EXPECT_EQ(Sheet::parse(QStringLiteral("\uFEFFa,\uFEFFb\n\uFEFFc"), u','),
+              TableGrid({{"a", QStringLiteral("\uFEFFb")}, {QStringLiteral("\uFEFFc")}}));
     EXPECT_TRUE(Sheet::parse("", u',').isEmpty());
     EXPECT_TRUE(Sheet::parse("\n\n", u',').isEmpty());
 
@@ -59,7 +62,7 @@ TEST(SpreadsheetConverter, ParseHandlesQuotesEmptyLinesAndLineEnds) {
 
 // Spreadsheet programs end every line with CR LF and keep line breaks inside quoted cells.
 TEST(SpreadsheetConverter, CRLFFilesReadAsTheirRowsWhereverThePiecesEnd) {
-    const QByteArray text = "Name;Notiz;Menge\r\n"
+    const QByteArray text = "\xEF\xBB\xBFName;Notiz;Menge\r\n"
                             "Anna;\"Zeile eins\r\nZeile zwei\";3\r\n"
                             "\"Bo\"\"b\";\"alt\rneu\";\"\"\r\n"
                             "\r\n"
@@ -70,8 +73,9 @@ TEST(SpreadsheetConverter, CRLFFilesReadAsTheirRowsWhereverThePiecesEnd) {
                                 {"Cem", "x\ry", ""}};
     EXPECT_EQ(Sheet::detectDelimiter(QString::fromUtf8(text), "csv"), QChar(u';'));
 
-    // Fed one byte at a time, and in two pieces split at every position (among them between
-    // each CR and its LF): the same delimiter and the same rows as the whole text.
+    // Fed one byte at a time, and in two pieces split at every position (among them inside the
+    // byte-order mark and between each CR and its LF): the same delimiter and the same rows as
+    // the whole text.
     const auto parsePieces = [](const QList<QByteArrayView>& pieces) {
         TextScan scan;
         for (QByteArrayView piece : pieces)
@@ -95,6 +99,8 @@ TEST(SpreadsheetConverter, CRLFFilesReadAsTheirRowsWhereverThePiecesEnd) {
         EXPECT_EQ(parsePieces({whole.first(split), whole.sliced(split)}), expected)
             << "split at " << split;
     }
+    // A character that begins like the mark (U+FEFE) stays in the text.
+    EXPECT_EQ(parsePieces({"\xEF", "\xBB", "\xBE;x"}), TableGrid({{QString(QChar(0xFEFE)), "x"}}));
 }
 
 TEST(SpreadsheetConverter, SerializeQuotesWhatWouldBreakTheLineAndRoundTrips) {
