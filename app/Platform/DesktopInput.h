@@ -32,9 +32,11 @@ public:
     virtual PointerState pointer() = 0;
     // Rises each time a drag source takes hold of the drag data, like a pasteboard change count.
     virtual std::uint64_t dragChangeCount() = 0;
-    // The local files of the current drag. None while no answer has come (a source may refuse
-    // until its drag has really begun; it is asked again a little later); an empty list when the
-    // drag carries no local files. Asking again is cheap: the answer is kept per drag.
+    // The local files of the current drag. None while no answer has come; an empty list when the
+    // last answer held no local files. A busy source may drop a request, answer it late, refuse
+    // it until its drag has really begun or answer before its data is ready, so each call may ask
+    // again, within a few seconds' budget per drag; call it for as long as the files are wanted.
+    // Asking again is cheap: the answer is kept per drag.
     virtual std::optional<QStringList> dragFilePaths() = 0;
     // Key events are only wanted while a drag may be running; at rest they would wake us for
     // every keystroke typed anywhere.

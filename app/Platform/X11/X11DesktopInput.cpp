@@ -1,6 +1,7 @@
 #include "X11DesktopInput.h"
 
 #include "InputAlias.h"
+#include "Platform/DragDataRetry.h"
 #include "Settings/ModifierKey.h"
 
 #include <QSocketNotifier>
@@ -65,17 +66,14 @@ struct X11DesktopInput::Connection {
 
     std::uint64_t changeCount = 0;
     Time selectionTime = CurrentTime;
-    std::uint64_t requestedFor = 0; // change count the pending conversion belongs to (0: none)
+    std::uint64_t requestedFor = 0; // change count the last conversion belongs to (0: none)
     std::uint64_t answerFor = 0;    // change count the kept answer belongs to
     QStringList answer;
     // A Qt source hands over its data only for a request stamped with the time it last sent a
     // drag position: the selection's own time if that came at once, none while it has no target,
-    // else the time of the pointer motion it answered. A refusal is therefore no answer: the same
-    // drag is asked again after a pause, with the next of these stamps.
-    static constexpr auto refusalPause = std::chrono::milliseconds(30);
-    std::uint64_t refusedFor = 0;
-    int refusals = 0;
-    std::chrono::steady_clock::time_point refusedAt;
+    // else the time of the pointer motion it answered. So each request of a drag takes the next
+    // of these stamps, starting with the selection's.
+    DragDataRetry retry; // for the drag data of `changeCount`
     Time lastMotionTime = CurrentTime;
 
     struct Pending {
@@ -226,6 +224,7 @@ struct X11DesktopInput::Connection {
             if (notify.selection == xdndSelection && notify.owner != None) {
                 ++changeCount;
                 selectionTime = notify.selection_timestamp;
+                retry.restart();
                 pending.push_back({Event::dragDataChanged, changeCount});
             }
         } else if (event.type == GenericEvent && event.xcookie.extension == xiOpcode) {
@@ -259,21 +258,20 @@ struct X11DesktopInput::Connection {
         XFreeEventData(display, &cookie);
     }
 
+    // Answers may come late, after the request was made again; any answer of the current drag
+    // counts, and one with files ends the asking.
     void handleAnswer(const XSelectionEvent& event) {
-        if (requestedFor == 0)
-            return;
-        const std::uint64_t count = requestedFor;
-        requestedFor = 0;
-        if (count != changeCount)
-            return; // a newer drag began meanwhile; its own request follows
+        if (requestedFor != changeCount || retry.done())
+            return; // a newer drag began meanwhile, or its files are in already
+        const auto now = std::chrono::steady_clock::now();
         if (event.property == None) {
-            refusals = refusedFor == count ? refusals + 1 : 1;
-            refusedFor = count;
-            refusedAt = std::chrono::steady_clock::now();
+            retry.answered(now, false);
             return;
         }
-        answerFor = count;
-        answer = localFiles(readProperty(event.property));
+        const QStringList files = localFiles(readProperty(event.property));
+        retry.answered(now, !files.isEmpty());
+        answerFor = changeCount;
+        answer = files;
         pending.push_back({Event::dragDataChanged, changeCount});
     }
 
@@ -294,22 +292,12 @@ struct X11DesktopInput::Connection {
         return bytes;
     }
 
-    bool mayRequest() const {
-        if (requestedFor == changeCount)
-            return false; // one conversion at a time
-        return refusedFor != changeCount ||
-               std::chrono::steady_clock::now() - refusedAt >= refusalPause;
-    }
-
-    Time requestTime() const {
+    void request(std::chrono::steady_clock::time_point now) {
         const Time stamps[] = {selectionTime, CurrentTime, lastMotionTime};
-        const int tried = refusedFor == changeCount ? refusals : 0;
-        return stamps[tried % std::size(stamps)];
-    }
-
-    void request() {
+        const Time stamp = stamps[retry.requests() % std::size(stamps)];
         requestedFor = changeCount;
-        XConvertSelection(display, xdndSelection, uriList, property, requestor, requestTime());
+        retry.asked(now);
+        XConvertSelection(display, xdndSelection, uriList, property, requestor, stamp);
         XFlush(display);
     }
 };
@@ -364,10 +352,12 @@ std::optional<QStringList> X11DesktopInput::dragFilePaths() {
     if (!connection_ || connection_->changeCount == 0)
         return std::nullopt;
     Connection& c = *connection_;
+    // Called on every tick while the button is down and no files are in, so asking stops as soon
+    // as the button is up or the files have come.
+    if (const auto now = std::chrono::steady_clock::now(); c.retry.mayAsk(now))
+        c.request(now);
     if (c.answerFor == c.changeCount)
         return c.answer;
-    if (c.mayRequest())
-        c.request();
     return std::nullopt;
 }
 
