@@ -29,7 +29,7 @@ const void* open(const char* name, const char* entry) {
         QDir(folder()).filePath(QStringLiteral("lib%1.so").arg(QLatin1String(name)));
     // Each engine keeps its dependencies in a scope of its own, which also keeps symbol lookups
     // short.
-    void* library = dlopen(QFile::encodeName(path).constData(), RTLD_NOW | RTLD_LOCAL);
+    void* library = dlopen(QFile::encodeName(path).constData(), RTLD_LAZY | RTLD_LOCAL);
     if (!library) {
         throw ConversionError::failed(
             QStringLiteral("Ein Teil von Tramix fehlt oder ist beschädigt "
