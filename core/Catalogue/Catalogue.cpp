@@ -11,6 +11,7 @@
 #include "Media/MediaConverter.h"
 #include "SizeCheck.h"
 #include "Tables/SpreadsheetConverter.h"
+#include "WritableFormats.h"
 
 #include <algorithm>
 
@@ -71,7 +72,7 @@ CatalogueWork toImage(const ImageFormat& format) {
             return imageEngine().convert(input, format, context);
         },
         format.ext);
-    work.available = [format] { return imageEngine().writableFormats().contains(format); };
+    work.available = [format] { return WritableFormats::get().contains(format); };
     return work;
 }
 

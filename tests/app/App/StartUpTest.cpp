@@ -120,15 +120,26 @@ TEST(StartUp, EachCommandMapsOnlyTheEnginesItNeeds) {
     EXPECT_TRUE(QFile::exists(folder.path("c.json")));
     EXPECT_EQ(enginesIn(table.maps), QStringList());
 
-    // Listing a photo asks libvips which formats it writes, and converting it needs nothing
-    // more. (libvips opens its own loaders, poppler's among them, when it starts.)
-    const Mapped listJPG = runAndReadMaps({"--list", "convert", jpg});
-    EXPECT_TRUE(listJPG.out.contains("convert.image.png\t"));
-    EXPECT_TRUE(listJPG.maps.contains("libvips"));
+    // Listing a photo asks libvips which formats it writes, once per installation: the answer is
+    // kept, and a stale one is asked again. Converting it needs nothing more. (libvips opens its
+    // own loaders, poppler's among them, when it starts.)
+    const QByteArray userCache = qgetenv("XDG_CACHE_HOME");
+    qputenv("XDG_CACHE_HOME", folder.path("cache").toUtf8());
+    const Mapped asked = runAndReadMaps({"--list", "convert", jpg});
+    EXPECT_TRUE(asked.out.contains("convert.image.png\t"));
+    EXPECT_TRUE(asked.maps.contains("libvips"));
+    const Mapped known = runAndReadMaps({"--list", "convert", jpg});
+    EXPECT_EQ(known.out, asked.out);
+    EXPECT_EQ(enginesIn(known.maps), QStringList());
+    folder.file("cache/Tramix/image-formats", "an older installation\nbmp\n");
+    const Mapped stale = runAndReadMaps({"--list", "convert", jpg});
+    EXPECT_EQ(stale.out, asked.out);
+    EXPECT_TRUE(stale.maps.contains("libvips"));
     const Mapped photo = runAndReadMaps({"--run", "convert.image.png", jpg});
+    qputenv("XDG_CACHE_HOME", userCache);
     EXPECT_EQ(photo.status, 0) << photo.out.right(400).toStdString();
     EXPECT_TRUE(QFile::exists(folder.path("b.png")));
-    for (const Mapped* run : {&listJPG, &photo}) {
+    for (const Mapped* run : {&asked, &photo}) {
         for (const char* library : {"libtesseract", "libopencv", "libQt6Widgets", "libtramix-pdf"})
             EXPECT_FALSE(run->maps.contains(QLatin1String(library))) << library;
     }
