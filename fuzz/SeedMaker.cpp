@@ -1,7 +1,7 @@
 // Writes a seed corpus for every harness into `folder/<harness>/`, made by the engine's own
 // writers (tables, workbooks, settings) and from the CommonMark examples the Markdown tests run,
 // so that the fuzzers start from inputs shaped like the real ones.
-//   tramix-fuzz-seeds <folder> [CommonMark spec.txt]
+//   tramix-fuzz-seeds <folder> [CommonMark examples file]
 #include "PDF/PageRanges.h"
 #include "Settings/AppSettings.h"
 #include "Settings/History.h"
@@ -105,11 +105,11 @@ void pageRanges() {
 }
 
 // Examples between fences of 32 backquotes, arrows standing for tabs.
-void markdown(const QString& spec) {
+void markdown(const QString& examples) {
     const QString fence = QString(32, u'`');
     QString example;
     bool inside = false;
-    for (QString line : QString::fromUtf8(readAll(spec)).split(u'\n')) {
+    for (QString line : QString::fromUtf8(readAll(examples)).split(u'\n')) {
         line.replace(QChar(0x2192), u'\t');
         if (line.startsWith(fence + QStringLiteral(" example"))) {
             inside = true;
@@ -243,7 +243,7 @@ void fileNames() {
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     if (argc < 2) {
-        std::fprintf(stderr, "usage: tramix-fuzz-seeds FOLDER [CommonMark spec.txt]\n");
+        std::fprintf(stderr, "usage: tramix-fuzz-seeds FOLDER [CommonMark examples file]\n");
         return 2;
     }
     root = QString::fromLocal8Bit(argv[1]);
